@@ -41,6 +41,20 @@ struct SBFrameParam {
   int forceRebuild;
 };
 
+// The frame processor. One per session, sized for the preview frame.
+//
+// SBData(rows, cols) allocates one zero-filled arena of 15 * rows * cols bytes
+// and carves, in this order: planarIn (3N), planarOut (3N), maskFull (2N
+// bytes), maskChroma (2N bytes), smallPlanes (3 * (N >> 2)) and the three
+// task views (sizeof(QLMemInfoT) each; they start at the next multiple of
+// alignof(QLMemInfoT), which for the usual preview sizes is where the blocks
+// end). For very small frames (below about 48 x 48) the arena grows beyond
+// 15N so that the three tasks' filter scratch never overlaps. rows or cols
+// below 1, or a frame too large for a 32-bit arena, leave the processor
+// without memory: it then refuses every frame.
+//
+// wideTable and rangeTable (box method only) are allocated on first use and
+// released by DataFree; while the Gaussian method is in use they stay null.
 class QLSBP_API SBData {
  public:
   SBData();
@@ -49,7 +63,20 @@ class QLSBP_API SBData {
   SBData(const SBData&) = delete;
   SBData& operator=(const SBData&) = delete;
 
+  // Releases the arena and the tables; harmless when called again.
   void DataFree();
+
+  // Processes one dense frame of `format` (2, 3 or 4) from src into dst (which
+  // may be src). frameParam points to the eleven integers of an SBFrameParam;
+  // its focus fields are clamped in place. `stride` is not used. Returns 0, or
+  // -1 when the frame is not processed:
+  //  - null pointers, a processor without memory, a frame of another size
+  //    than the processor's (its memory is then released, and the session has
+  //    to be opened again), or odd or fewer than two rows or columns (the
+  //    entry point hands the even part of odd frames): dst is not touched;
+  //  - an unknown layout, or blur settings whose filter scratch does not fit
+  //    the arena: when dst != src, dst holds the copied source (for an unknown
+  //    layout nothing is copied, as its size is unknown).
   int DataProcessor(unsigned char* dst, unsigned char* src, int rows, int cols, int stride, int format,
                     int* frameParam, float factor);
 

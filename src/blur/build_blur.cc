@@ -1,0 +1,144 @@
+// build_blur_image2: the per-plane worker of the frame pipeline.
+//
+// Blur (Gaussian at half resolution on the preview path, or a box blur from a
+// 64-bit integral image), enlarge back when blurring at half resolution, then
+// blend blurred and sharp under the focus mask. The worker owns nothing but
+// its kernel taps; every plane and table comes in the task record.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "qlsbp/blur.h"
+#include "qlsbp/gaussian.h"
+#include "qlsbp/sb_data.h"
+
+namespace {
+
+using u64 = unsigned long long;
+
+// Inclusive integral image of an h x w packed plane, no zero row or column.
+void integral_u64(u64* out, const unsigned char* src, int h, int w) {
+  for (int y = 0; y < h; ++y) {
+    const unsigned char* s = src + static_cast<size_t>(y) * w;
+    u64* o = out + static_cast<size_t>(y) * w;
+    const u64* above = y > 0 ? o - w : nullptr;
+    u64 run = 0;
+    for (int x = 0; x < w; ++x) {
+      run += s[x];
+      o[x] = above != nullptr ? above[x] + run : run;
+    }
+  }
+}
+
+// Box mean from the integral image: the window reaches ry rows and rx columns
+// each way, clipped to the plane, and its sum is divided by the count table.
+// On planes of at least 2ry + 2 rows and 2rx + 2 columns the clipping only
+// acts on the bottom and right bands, so this is the three-band form; on
+// smaller planes it keeps every read inside the plane. A zero count gives 0.
+void box_mean(unsigned char* dst, const u64* ii, const unsigned* count, int h, int w, int ry,
+              int rx) {
+  ry = std::max(ry, 0);
+  rx = std::max(rx, 0);
+  for (int y = 0; y < h; ++y) {
+    const int yb = std::min(y + ry, h - 1);
+    const int yt = y - ry - 1;
+    const u64* rb = ii + static_cast<size_t>(yb) * w;
+    const u64* rt = yt >= 0 ? ii + static_cast<size_t>(yt) * w : nullptr;
+    for (int x = 0; x < w; ++x) {
+      const int xr = std::min(x + rx, w - 1);
+      const int xl = x - rx - 1;
+      u64 s = rb[xr];
+      if (rt != nullptr) s -= rt[xr];
+      if (xl >= 0) {
+        s -= rb[xl];
+        if (rt != nullptr) s += rt[xl];
+      }
+      const unsigned c = count[static_cast<size_t>(y) * w + x];
+      dst[static_cast<size_t>(y) * w + x] = c != 0 ? static_cast<unsigned char>(s / c) : 0;
+    }
+  }
+}
+
+void gaussian_blur(const SBPlaneTask& t, int h, int w) {
+  const int ksize = t.kernelSize;
+  if (ksize < 1) return;  // no kernel: the plane stays unblurred
+  int* taps = static_cast<int*>(calloc(static_cast<size_t>(ksize), sizeof(int)));
+  if (taps == nullptr) return;
+  init_gaussian_kernel(taps, t.factor, ksize, 1, 0, 1024.0f);
+  // The filters specialised for 61 and 21 taps serve the half-resolution
+  // path only; full resolution always takes the general filter.
+  if (t.blurOption == 0) {
+    gaussian_filter_for_int_image_common(t.dst, h, w, ksize, taps, t.mem);
+  } else if (ksize == 61) {
+    gaussian_filter_for_int_image_61x61(t.small, h, w, 61, taps, t.mem);
+  } else if (ksize == 21) {
+    gaussian_filter_for_int_image_21x21(t.small, h, w, 21, taps, t.mem);
+  } else {
+    gaussian_filter_for_int_image_common(t.small, h, w, ksize, taps, t.mem);
+  }
+  free(taps);
+}
+
+// Enlarging a half plane covers 2 (H >> 1) rows of 2 (W >> 1) columns; an odd
+// last row or column takes the sharp pixels, so no stale bytes from an
+// earlier frame reach the blend.
+void fill_odd_edges(const SBPlaneTask& t) {
+  const int H = t.planeRows;
+  const int W = t.planeCols;
+  if ((W & 1) != 0) {
+    for (int y = 0; y < H; ++y) {
+      const size_t i = static_cast<size_t>(y) * W + (W - 1);
+      t.dst[i] = t.src[i];
+    }
+  }
+  if ((H & 1) != 0) {
+    const size_t last = static_cast<size_t>(H - 1) * W;
+    memcpy(t.dst + last, t.src + last, static_cast<size_t>(W));
+  }
+}
+
+}  // namespace
+
+void* build_blur_image2(void* arg) {
+  const SBPlaneTask* task = static_cast<const SBPlaneTask*>(arg);
+  if (task == nullptr || task->dst == nullptr || task->src == nullptr || task->planeRows < 1 ||
+      task->planeCols < 1) {
+    return nullptr;
+  }
+  const SBPlaneTask& t = *task;
+  const int H = t.planeRows;
+  const int W = t.planeCols;
+  const size_t n = static_cast<size_t>(H) * static_cast<size_t>(W);
+  const bool half = t.blurOption != 0;
+
+  int h = H;
+  int w = W;
+  if (half) {
+    // An odd last source row would only feed a half-plane row that nothing
+    // reads, so it is left out rather than read past the plane.
+    downsampleh2v2(t.small, t.src, H & ~1, W);
+    h = H >> 1;
+    w = W >> 1;
+  }
+  if (t.useGaussian == 0 && t.wide != nullptr) {
+    // The integral image is taken over the first h x w bytes of the sharp
+    // plane even at half resolution; that box result is then replaced by the
+    // enlarged half plane, so box + half resolution yields the resampled
+    // sharp plane.
+    integral_u64(t.wide, t.src, h, w);
+  }
+  if (!half) memcpy(t.dst, t.src, n);
+
+  if (t.useGaussian != 0) {
+    gaussian_blur(t, h, w);
+  } else if (t.wide != nullptr && t.range != nullptr) {
+    box_mean(t.dst, t.wide, t.range, h, w, t.radiusRows, t.radiusCols);
+  }
+
+  if (half) {
+    if (h > 0 && w > 0) upscalingh2v2(t.dst, t.small, h, w);
+    fill_odd_edges(t);
+  }
+  img_blend_neon(t.dst, t.dst, t.src, t.mask, static_cast<int>(n));
+  return nullptr;
+}

@@ -1,0 +1,148 @@
+// A plain, slow model of one processed frame, written from the description of
+// the effect rather than from the optimised code: split the layout into
+// planes, decimate the mask, blur each plane at half resolution with a 21-tap
+// kernel (direct two-pass convolution, reflect-101 borders), enlarge, blend.
+// Only the kernel taps and the luma mask come from the library; both have
+// their own tests.
+#ifndef QLSBP_TESTS_PROCESSOR_PIPELINE_MODEL_H_
+#define QLSBP_TESTS_PROCESSOR_PIPELINE_MODEL_H_
+
+#include <cstdint>
+#include <vector>
+
+#include "qlsbp/gaussian.h"
+#include "qlsbp/mask.h"
+
+namespace model {
+
+using Plane = std::vector<uint8_t>;
+
+inline int fold(int i, int n) {
+  if (n == 1) return 0;
+  const int period = 2 * (n - 1);
+  i %= period;
+  if (i < 0) i += period;
+  return i < n ? i : period - i;
+}
+
+// One separable pass: out(y, x) = sum_k tap[k] * in(fold(y - r + k)) >> 10.
+inline Plane convolve(const Plane& in, int h, int w, const std::vector<int>& taps, bool vertical) {
+  const int r = static_cast<int>(taps.size()) / 2;
+  Plane out(in.size());
+  for (int y = 0; y < h; ++y) {
+    for (int x = 0; x < w; ++x) {
+      uint32_t sum = 0;
+      for (int k = 0; k < static_cast<int>(taps.size()); ++k) {
+        const int yy = vertical ? fold(y - r + k, h) : y;
+        const int xx = vertical ? x : fold(x - r + k, w);
+        sum += static_cast<uint32_t>(taps[k]) * in[static_cast<size_t>(yy) * w + xx];
+      }
+      out[static_cast<size_t>(y) * w + x] = static_cast<uint8_t>(sum >> 10);
+    }
+  }
+  return out;
+}
+
+// Blur and blend one even-sized plane the way a preview task does.
+inline Plane process_plane(const Plane& sharp, const std::vector<uint16_t>& mask, int h2, int w2,
+                           float sigma) {
+  const int h = h2 / 2, w = w2 / 2;
+  Plane half(static_cast<size_t>(h) * w);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      const uint8_t* a = &sharp[static_cast<size_t>(2 * y) * w2 + 2 * x];
+      half[static_cast<size_t>(y) * w + x] = static_cast<uint8_t>((a[0] + a[1] + a[w2] + a[w2 + 1] + 2) >> 2);
+    }
+  std::vector<int> taps(21);
+  init_gaussian_kernel(taps.data(), sigma, 21, 1, 0, 1024.0f);
+  if (h > 0 && w > 0) half = convolve(convolve(half, h, w, taps, true), h, w, taps, false);
+
+  Plane blurred(sharp.size());
+  auto s = [&](int y, int x) { return static_cast<int>(half[static_cast<size_t>(std::min(y, h - 1)) * w + std::min(x, w - 1)]); };
+  for (int Y = 0; Y < h2; ++Y)
+    for (int X = 0; X < w2; ++X) {
+      const int y = Y / 2, x = X / 2;
+      // Bilinear midpoints with edge replication: the right column and the
+      // bottom row repeat their neighbours.
+      const bool right = (X & 1) && x + 1 < w, down = (Y & 1) && y + 1 < h;
+      int v;
+      if (right && down) v = (s(y, x) + s(y, x + 1) + s(y + 1, x) + s(y + 1, x + 1) + 2) >> 2;
+      else if (right) v = (s(y, x) + s(y, x + 1) + 1) >> 1;
+      else if (down) v = (s(y, x) + s(y + 1, x) + 1) >> 1;
+      else v = s(y, x);
+      blurred[static_cast<size_t>(Y) * w2 + X] = static_cast<uint8_t>(v);
+    }
+
+  const size_t blocks = sharp.size() / 8 * 8;  // the tail keeps the blurred value
+  for (size_t i = 0; i < blocks; ++i) {
+    const int f = blurred[i], sh = sharp[i];
+    const int wgt = static_cast<int16_t>(mask[i]);
+    const int t = static_cast<int16_t>(((sh - f) * wgt + 512) >> 10);
+    blurred[i] = static_cast<uint8_t>(t + f);
+  }
+  return blurred;
+}
+
+// The processed dense frame (layout 2, 3 or 4; even sizes) for clamped
+// parameters: centre (cy, cx), semi-axes (a, b), band t, blur sigma.
+inline Plane process_frame(const Plane& in, int format, int rows, int cols, int cy, int cx, int a,
+                           int b, int t, float sigma) {
+  const size_t n = static_cast<size_t>(rows) * cols;
+  std::vector<uint16_t> luma_mask(n, 0);
+  gen_ellipse4(luma_mask.data(), cy, cx, a, b, t, rows, cols);
+
+  const bool packed = format == 4;
+  const int crows = packed ? rows : rows / 2, ccols = cols / 2;
+  const size_t cn = static_cast<size_t>(crows) * ccols;
+  std::vector<uint16_t> chroma_mask(cn);
+  for (int y = 0; y < crows; ++y)
+    for (int x = 0; x < ccols; ++x)
+      chroma_mask[static_cast<size_t>(y) * ccols + x] =
+          luma_mask[static_cast<size_t>(packed ? y : 2 * y) * cols + 2 * x];
+
+  Plane Y(n), c1(cn), c2(cn);
+  for (int y = 0; y < rows; ++y)
+    for (int x = 0; x < cols; ++x)
+      Y[static_cast<size_t>(y) * cols + x] =
+          packed ? in[static_cast<size_t>(y) * cols * 2 + 2 * x] : in[static_cast<size_t>(y) * cols + x];
+  for (size_t j = 0; j < cn; ++j) {
+    if (format == 4) {
+      const size_t row = j / ccols, k = j % ccols;
+      c1[j] = in[row * cols * 2 + 4 * k + 1];
+      c2[j] = in[row * cols * 2 + 4 * k + 3];
+    } else if (format == 2) {
+      c1[j] = in[n + 2 * j];
+      c2[j] = in[n + 2 * j + 1];
+    } else {
+      c1[j] = in[n + j];
+      c2[j] = in[n + cn + j];
+    }
+  }
+  Y = process_plane(Y, luma_mask, rows, cols, sigma);
+  c1 = process_plane(c1, chroma_mask, crows, ccols, sigma);
+  c2 = process_plane(c2, chroma_mask, crows, ccols, sigma);
+
+  Plane out(in.size());
+  for (int y = 0; y < rows; ++y)
+    for (int x = 0; x < cols; ++x)
+      (packed ? out[static_cast<size_t>(y) * cols * 2 + 2 * x] : out[static_cast<size_t>(y) * cols + x]) =
+          Y[static_cast<size_t>(y) * cols + x];
+  for (size_t j = 0; j < cn; ++j) {
+    if (format == 4) {
+      const size_t row = j / ccols, k = j % ccols;
+      out[row * cols * 2 + 4 * k + 1] = c1[j];
+      out[row * cols * 2 + 4 * k + 3] = c2[j];
+    } else if (format == 2) {
+      out[n + 2 * j] = c1[j];
+      out[n + 2 * j + 1] = c2[j];
+    } else {
+      out[n + j] = c1[j];
+      out[n + cn + j] = c2[j];
+    }
+  }
+  return out;
+}
+
+}  // namespace model
+
+#endif  // QLSBP_TESTS_PROCESSOR_PIPELINE_MODEL_H_

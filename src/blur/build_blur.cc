@@ -79,22 +79,13 @@ void gaussian_blur(const SBPlaneTask& t, int h, int w) {
   free(taps);
 }
 
-// Enlarging a half plane covers 2 (H >> 1) rows of 2 (W >> 1) columns; an odd
-// last row or column takes the sharp pixels, so no stale bytes from an
-// earlier frame reach the blend.
-void fill_odd_edges(const SBPlaneTask& t) {
-  const int H = t.planeRows;
-  const int W = t.planeCols;
-  if ((W & 1) != 0) {
-    for (int y = 0; y < H; ++y) {
-      const size_t i = static_cast<size_t>(y) * W + (W - 1);
-      t.dst[i] = t.src[i];
-    }
-  }
-  if ((H & 1) != 0) {
-    const size_t last = static_cast<size_t>(H - 1) * W;
-    memcpy(t.dst + last, t.src + last, static_cast<size_t>(W));
-  }
+// The enlarged half plane fills the first 2 (H >> 1) x 2 (W >> 1) bytes of
+// dst, rows of 2 (W >> 1) bytes one after another, as the enlargement lays
+// them out (for an odd width that is not the plane's own row pitch). The
+// bytes after it would keep whatever an earlier frame left; they take the
+// sharp pixels instead, so that nothing stale reaches the blend.
+void fill_tail_sharp(const SBPlaneTask& t, size_t enlarged, size_t n) {
+  if (enlarged < n) memcpy(t.dst + enlarged, t.src + enlarged, n - enlarged);
 }
 
 }  // namespace
@@ -137,7 +128,7 @@ void* build_blur_image2(void* arg) {
 
   if (half) {
     if (h > 0 && w > 0) upscalingh2v2(t.dst, t.small, h, w);
-    fill_odd_edges(t);
+    fill_tail_sharp(t, static_cast<size_t>(4) * h * w, n);
   }
   img_blend_neon(t.dst, t.dst, t.src, t.mask, static_cast<int>(n));
   return nullptr;

@@ -7,6 +7,8 @@
 #ifndef QLSBP_TESTS_PROCESSOR_PIPELINE_MODEL_H_
 #define QLSBP_TESTS_PROCESSOR_PIPELINE_MODEL_H_
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -43,24 +45,32 @@ inline Plane convolve(const Plane& in, int h, int w, const std::vector<int>& tap
   return out;
 }
 
-// Blur and blend one even-sized plane the way a preview task does.
-inline Plane process_plane(const Plane& sharp, const std::vector<uint16_t>& mask, int h2, int w2,
+// Blur and blend one plane the way a preview task does. Odd planes keep the
+// historical quirks: the 2:1 reduction writes rows of ceil(w2 / 2) samples and
+// steps through the source by 2 w2 + 1 bytes per row pair, the blur reads the
+// result as rows of w2 / 2, the enlargement writes rows of 2 (w2 / 2) bytes
+// back to back from the start of the plane, and the bytes after them stay
+// sharp.
+// `sharp` must stay readable past the plane as far as that stepping reads.
+inline Plane process_plane(const uint8_t* sharp, const std::vector<uint16_t>& mask, int h2, int w2,
                            float sigma) {
-  const int h = h2 / 2, w = w2 / 2;
-  Plane half(static_cast<size_t>(h) * w);
+  const int h = h2 / 2, w = w2 / 2, wc = (w2 + 1) / 2;
+  Plane reduced(static_cast<size_t>(h) * wc + 1);
   for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x) {
-      const uint8_t* a = &sharp[static_cast<size_t>(2 * y) * w2 + 2 * x];
-      half[static_cast<size_t>(y) * w + x] = static_cast<uint8_t>((a[0] + a[1] + a[w2] + a[w2 + 1] + 2) >> 2);
+    for (int x = 0; x < wc; ++x) {
+      const uint8_t* a = &sharp[static_cast<size_t>(y) * (w2 + 2 * wc) + 2 * x];
+      reduced[static_cast<size_t>(y) * wc + x] =
+          static_cast<uint8_t>((a[0] + a[1] + a[w2] + a[w2 + 1] + 2) >> 2);
     }
+  Plane half(reduced.begin(), reduced.begin() + static_cast<long>(h) * w);
   std::vector<int> taps(21);
   init_gaussian_kernel(taps.data(), sigma, 21, 1, 0, 1024.0f);
   if (h > 0 && w > 0) half = convolve(convolve(half, h, w, taps, true), h, w, taps, false);
 
-  Plane blurred(sharp.size());
+  Plane blurred(sharp, sharp + static_cast<size_t>(h2) * w2);
   auto s = [&](int y, int x) { return static_cast<int>(half[static_cast<size_t>(std::min(y, h - 1)) * w + std::min(x, w - 1)]); };
-  for (int Y = 0; Y < h2; ++Y)
-    for (int X = 0; X < w2; ++X) {
+  for (int Y = 0; Y < 2 * h; ++Y)
+    for (int X = 0; X < 2 * w; ++X) {
       const int y = Y / 2, x = X / 2;
       // Bilinear midpoints with edge replication: the right column and the
       // bottom row repeat their neighbours.
@@ -70,10 +80,10 @@ inline Plane process_plane(const Plane& sharp, const std::vector<uint16_t>& mask
       else if (right) v = (s(y, x) + s(y, x + 1) + 1) >> 1;
       else if (down) v = (s(y, x) + s(y + 1, x) + 1) >> 1;
       else v = s(y, x);
-      blurred[static_cast<size_t>(Y) * w2 + X] = static_cast<uint8_t>(v);
+      blurred[static_cast<size_t>(Y) * 2 * w + X] = static_cast<uint8_t>(v);
     }
 
-  const size_t blocks = sharp.size() / 8 * 8;  // the tail keeps the blurred value
+  const size_t blocks = blurred.size() / 8 * 8;  // the tail keeps the blurred value
   for (size_t i = 0; i < blocks; ++i) {
     const int f = blurred[i], sh = sharp[i];
     const int wgt = static_cast<int16_t>(mask[i]);
@@ -113,14 +123,20 @@ inline Plane process_frame(const Plane& in, int format, int rows, int cols, int 
     } else if (format == 2) {
       c1[j] = in[n + 2 * j];
       c2[j] = in[n + 2 * j + 1];
-    } else {
-      c1[j] = in[n + j];
-      c2[j] = in[n + cn + j];
+    } else {  // 4:2:0 planar is processed with its two chroma planes swapped
+      c1[j] = in[n + cn + j];
+      c2[j] = in[n + j];
     }
   }
-  Y = process_plane(Y, luma_mask, rows, cols, sigma);
-  c1 = process_plane(c1, chroma_mask, crows, ccols, sigma);
-  c2 = process_plane(c2, chroma_mask, crows, ccols, sigma);
+  // The planes lie one after another in a zeroed block of 3 N bytes, as in
+  // the processor, so that reads past an odd plane see what it sees.
+  Plane planar(3 * n, 0);
+  std::copy(Y.begin(), Y.end(), planar.begin());
+  std::copy(c1.begin(), c1.end(), planar.begin() + static_cast<long>(n));
+  std::copy(c2.begin(), c2.end(), planar.begin() + static_cast<long>(n + cn));
+  Y = process_plane(planar.data(), luma_mask, rows, cols, sigma);
+  c1 = process_plane(planar.data() + n, chroma_mask, crows, ccols, sigma);
+  c2 = process_plane(planar.data() + n + cn, chroma_mask, crows, ccols, sigma);
 
   Plane out(in.size());
   for (int y = 0; y < rows; ++y)
@@ -136,8 +152,8 @@ inline Plane process_frame(const Plane& in, int format, int rows, int cols, int 
       out[n + 2 * j] = c1[j];
       out[n + 2 * j + 1] = c2[j];
     } else {
-      out[n + j] = c1[j];
-      out[n + cn + j] = c2[j];
+      out[n + cn + j] = c1[j];
+      out[n + j] = c2[j];
     }
   }
   return out;

@@ -8,16 +8,48 @@
 // (qlsbp/sb_data.h). Returns null.
 QLSBP_API void* build_blur_image2(void* task);
 
-// 2x2 box average, round half up; (height, width) is the source size.
+// Pyramid resampling of packed planes (stride = width). (height, width) is
+// the source size; dst must not overlap src. Nothing is allocated, clamped or
+// checked: the caller sizes the buffers as stated.
+
+// 2x2 box average, round half up, into ((width-1)>>1)+1 columns by
+// ((height-1)>>1)+1 rows. Output row j reads two source rows starting at
+// src + j x (width + 2 x W2) and width bytes later, 2 x W2 bytes each
+// (W2 = output columns). For even sizes that is exactly the source; an odd
+// width reads one byte past each row (the next row's first) and advances by
+// 2 x width + 1, an odd height reads the row below the image: src must be
+// readable for H2 x (width + 2 x W2) bytes (H2 = output rows). height < 1 or
+// width < 1 writes nothing.
 QLSBP_API void downsampleh2v2(unsigned char* dst, unsigned char* src, int height, int width);
-// Same arithmetic on a wider grid, with its historical addressing.
+// The same arithmetic with its historical addressing, kept exactly: output
+// ((width-1)>>2)+1 = W4 columns by ((height-1)>>2)+1 = H4 rows; output row j
+// pairs up bytes 2i, 2i+1 of the row at src + j x (width + 2 x W4) and of the
+// row three rows (3 x width bytes) further on. src must be readable for
+// H4 x (width + 2 x W4) + 2 x width bytes, which exceeds height x width for
+// heights below 4 and for some widths that are not multiples of 4.
+// height < 1 or width < 1 writes nothing.
 QLSBP_API void downsampleh4v4(unsigned char* dst, unsigned char* src, int height, int width);
-// 2x bilinear enlargement, edges replicated; (height, width) is the source size.
+// 2x bilinear enlargement into 2 x width columns by 2 x height rows, round
+// half up, the right column and the bottom row replicated. width < 1 writes
+// nothing. height < 1 is treated like height 1: source row 0 is read and
+// output rows 0 and 1 are written (dst must hold 4 x width bytes).
 QLSBP_API void upscalingh2v2(unsigned char* dst, unsigned char* src, int height, int width);
 
-// dst = first + ((second - first) * weight + 512) >> 10 on whole blocks of 8.
+// Mask blend on whole blocks of 8 pixels: with F = first[i], S = second[i]
+// and W = weight[i] read as signed 16-bit,
+//   dst[i] = low byte of (F + low 16 bits of (((S - F) * W + 512) >> 10)).
+// W = 0 gives F, W = 1024 gives S. There is no saturation: weights above 1024
+// can wrap (F 200, S 255, W 1100 gives 3). The last count % 8 pixels are not
+// written; count < 8 (including negative) writes nothing. dst may be first
+// or second (element-wise, in place).
 QLSBP_API void img_blend_neon(unsigned char* dst, unsigned char* first, unsigned char* second,
                               unsigned short* weight, int count);
+// Blend with a global strength a = low 16 bits of alpha as signed (128 = full):
+// k = (int16)(1024 - W) * a and dst[i] = low byte of
+// ((F * k + S * (131072 - k) + 65536) >> 17) in wrapping 32-bit arithmetic.
+// alpha 0 copies second; alpha 128 equals img_blend_neon for every weight
+// except 0x8000 .. 0x8400, where 1024 - W leaves the 16-bit range. Blocks,
+// tail and in-place use as for img_blend_neon.
 QLSBP_API void img_blend_neon_alpha(unsigned char* dst, unsigned char* first, unsigned char* second,
                                     unsigned short* weight, int count, int alpha);
 

@@ -1,0 +1,53 @@
+// Row kernels of the 2:1 pyramid resampling and of the mask blend.
+//
+// The scalar functions (_c) are the reference; the _sse2 and _neon twins give
+// the same bytes and finish each row with the scalar kernel. All take the
+// destination first; a count below 1 writes nothing.
+#ifndef QLSBP_BLUR_BLUR_ROWS_H_
+#define QLSBP_BLUR_BLUR_ROWS_H_
+
+#include <cstdint>
+
+// n outputs of a 2x2 box average with round half up:
+//   dst[i] = (upper[2i] + upper[2i+1] + lower[2i] + lower[2i+1] + 2) >> 2.
+// Reads exactly 2n bytes of each source row.
+void downsample2x2_row_c(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, int n);
+void downsample2x2_row_sse2(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, int n);
+void downsample2x2_row_neon(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, int n);
+
+// 2x bilinear enlargement of source row s0 with s1 below it into the output
+// rows d0 and d1 (2 x width bytes each), round half up; the right column is
+// replicated. With s1 == s0 the result is the horizontal interpolation of s0
+// in both output rows.
+void upscale2x_row_c(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8_t* s1, int width);
+void upscale2x_row_sse2(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8_t* s1, int width);
+void upscale2x_row_neon(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8_t* s1, int width);
+
+// n pixels of dst = low byte of (F + low 16 bits of (((S - F) * W + 512) >> 10))
+// with W = weight read as signed 16-bit: no saturation, wraps on purpose.
+void blend_row_c(uint8_t* dst, const uint8_t* first, const uint8_t* second, const uint16_t* weight,
+                 int n);
+void blend_row_sse2(uint8_t* dst, const uint8_t* first, const uint8_t* second,
+                    const uint16_t* weight, int n);
+void blend_row_neon(uint8_t* dst, const uint8_t* first, const uint8_t* second,
+                    const uint16_t* weight, int n);
+
+// n pixels of dst = low byte of ((F * k + S * (131072 - k) + 65536) >> 17) in
+// wrapping 32-bit arithmetic, k = (int16)(1024 - W) * (int16)alpha.
+void blend_alpha_row_c(uint8_t* dst, const uint8_t* first, const uint8_t* second,
+                       const uint16_t* weight, int n, int alpha);
+void blend_alpha_row_sse2(uint8_t* dst, const uint8_t* first, const uint8_t* second,
+                          const uint16_t* weight, int n, int alpha);
+void blend_alpha_row_neon(uint8_t* dst, const uint8_t* first, const uint8_t* second,
+                          const uint16_t* weight, int n, int alpha);
+
+// The variants this build and environment select (scalar under
+// QLSBP_FORCE_SCALAR).
+void downsample2x2_row(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, int n);
+void upscale2x_row(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8_t* s1, int width);
+void blend_row(uint8_t* dst, const uint8_t* first, const uint8_t* second, const uint16_t* weight,
+               int n);
+void blend_alpha_row(uint8_t* dst, const uint8_t* first, const uint8_t* second,
+                     const uint16_t* weight, int n, int alpha);
+
+#endif  // QLSBP_BLUR_BLUR_ROWS_H_

@@ -1,0 +1,40 @@
+// Row geometry and the 16-bit row writer shared by gen_ellipse4 and
+// gen_ellipse3.
+#ifndef QLSBP_MASK_ELLIPSE_ROW_H_
+#define QLSBP_MASK_ELLIPSE_ROW_H_
+
+#include <cstdint>
+
+// What every row of one call needs. All in double precision, as the masks are
+// defined; a2 and b2 are the 32-bit integer squares read as doubles.
+struct EllipseShape {
+  double cx;  // centre column
+  double b;   // horizontal semi-axis
+  double a2;  // a * a
+  double b2;  // b * b
+  double S;   // squared scale of the outer ellipse
+  int width;  // row length
+};
+
+// Column limits of one row. lo/ro bound the outer ellipse, li/ri the inner
+// one (only when inner is set, i.e. the row crosses the inner ellipse).
+struct EllipseRowSpan {
+  double qy;  // (cy - r)^2 / a^2
+  int lo, ro;
+  int li, ri;
+  bool inner;
+};
+
+// Squares both axes as the target's 32-bit products do. False when the axes
+// describe no region: a <= 0, b <= 0, or a square that wraps to <= 0.
+bool ellipse_axes(int a, int b, double* a2, double* b2);
+
+// Limits of row r around centre row cy; false when the row lies wholly
+// outside the outer ellipse (qy > S) and must not be touched.
+bool ellipse_row_span(EllipseRowSpan* span, const EllipseShape& e, int cy, int r);
+
+// Writes one row of the 1024-scale mask following the running-write-index
+// rule (see gen_ellipse4 in qlsbp/mask.h). Never writes outside [0, width).
+void ellipse_row_u16(uint16_t* row, const EllipseShape& e, const EllipseRowSpan& span);
+
+#endif  // QLSBP_MASK_ELLIPSE_ROW_H_

@@ -1,0 +1,15 @@
+# Peer comparison of the distance transform with OpenCV. Always built so that
+# the test reports a skip (rather than vanishing) when OpenCV is missing.
+find_package(OpenCV QUIET COMPONENTS core imgproc)
+add_executable(test_analysis_opencv ${CMAKE_CURRENT_SOURCE_DIR}/analysis/opencv/edt_opencv_test.cc)
+target_compile_options(test_analysis_opencv PRIVATE ${QLSBP_COMMON_FLAGS} ${QLSBP_WARNINGS})
+target_link_libraries(test_analysis_opencv PRIVATE qlsbp_static GTest::gtest_main)
+if(OpenCV_FOUND)
+  target_compile_definitions(test_analysis_opencv PRIVATE QLSBP_HAVE_OPENCV=1)
+  target_include_directories(test_analysis_opencv SYSTEM PRIVATE ${OpenCV_INCLUDE_DIRS})
+  target_link_libraries(test_analysis_opencv PRIVATE ${OpenCV_LIBS})
+else()
+  message(STATUS "OpenCV not found: test_analysis_opencv will skip its comparison")
+  target_compile_definitions(test_analysis_opencv PRIVATE QLSBP_HAVE_OPENCV=0)
+endif()
+gtest_discover_tests(test_analysis_opencv DISCOVERY_TIMEOUT 60 PROPERTIES LABELS analysis)

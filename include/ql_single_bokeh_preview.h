@@ -5,6 +5,10 @@
  * sb_top_pv_processer(), which rewrites the frame in place, and closes the
  * session with sb_top_pv_deinit(). The four entry points are not reentrant:
  * the host serialises them.
+ *
+ * The session lives in two exported globals (pData and idat_pv, declared
+ * in qlsbp/sb_data.h for C++ callers). They belong to the library: hosts may
+ * read them but must not assign them.
  */
 #ifndef QL_SINGLE_BOKEH_PREVIEW_H_
 #define QL_SINGLE_BOKEH_PREVIEW_H_
@@ -51,16 +55,80 @@ typedef struct __tag_QL_BokehParam {
 /* Returns the constant version string "QUILLON CBP VER 2.1.1". */
 QLSBP_API const char* sb_top_pv_getVersion(void);
 
-/* Opens the session for frames of image->format, ->width and ->height.
- * Always returns 0. A second call on an open session keeps the first
- * session's size and layout. A null image opens nothing. */
+/* Opens the session for frames of image->format, ->width and ->height (the
+ * only fields read). Always returns 0.
+ *
+ * - Logs two banners (see sb_top_pv_set_log_hook), even for a null image.
+ * - A null image opens nothing.
+ * - A second call on an open session keeps the first session's processor
+ *   and work buffer, whatever size and layout they were made for; close
+ *   the session first to change size.
+ * - The processor and buffer are made for the even part of the size
+ *   (height & ~1 rows, width & ~1 columns); for even sizes that is the
+ *   frame itself.
+ * - Widths or heights below 2 (zero, negative) and frames above 143,165,576
+ *   pixels (15 bytes of work memory per pixel must stay countable in a
+ *   32-bit int) open no session: no memory is taken and later frames pass
+ *   through unchanged.
+ * - The work buffer takes width * height * 2 bytes for layout 4 and
+ *   (width * height * 3) >> 1 for every other code. If an allocation fails
+ *   the session stays closed (frames pass through). */
 QLSBP_API int sb_top_pv_initial(QL_IMAGEINFO* image);
 
-/* Applies the effect to one frame in place. Always returns 0. */
+/* Applies the effect to one frame in place. Always returns 0.
+ *
+ * Logs two banners on every call, before anything else. Then:
+ * - level is taken as 7 when above 7; a level below 1 leaves the frame
+ *   untouched. strength is clamped to 1..10; the transition band is
+ *   strength * (min(width, height) / 50) pixels (integer division first,
+ *   so frames with a side below 50 get no band).
+ * - The frame passes through unchanged, and nothing is read from or written
+ *   to its planes, when image or param is null, when no session is open
+ *   (before sb_top_pv_initial or after sb_top_pv_deinit), when its even
+ *   part differs in size from the session's, or when its layout needs a
+ *   larger work buffer than the session's (layout 4 in a session opened for
+ *   layout 2 or 3).
+ * - Unknown layout codes, layout 3 with stride[1] != stride[2], and null
+ *   planes are refused by the packing step: the frame is left unchanged.
+ * - Odd sizes: the even part (width & ~1, height & ~1) is processed through
+ *   the same planes and strides; the last column and/or row keeps its input
+ *   values. A frame narrower or lower than 2 pixels passes unchanged.
+ * - Strides: the magnitude of each plane's stride must be at least its row
+ *   length in bytes (width for luma and layout-2 chroma, width / 2 for
+ *   layout-3 chroma, 2 * width for layout 4) and the planes must hold their
+ *   rows (height, or height / 2 for 4:2:0 chroma); this is the caller's
+ *   contract and is not checked. A negative stride walks a bottom-up plane
+ *   from the plane pointer (its first row). Padding bytes between rows are
+ *   never read or written.
+ * - Layout 3 with unpadded luma (stride[0] == width) but padded chroma
+ *   (stride[1] != width / 2): the luma plane keeps its input values and only
+ *   the chroma planes receive the result. This long-standing behaviour of
+ *   the write-back is kept on purpose. */
 QLSBP_API int sb_top_pv_processer(QL_IMAGEINFO* image, QL_BokehParam* param);
 
-/* Closes the session; harmless without one. Always returns 0. */
+/* Closes the session and frees its memory; harmless without one. Logs
+ * nothing. Always returns 0. */
 QLSBP_API int sb_top_pv_deinit(void);
+
+/* Logging hook.
+ *
+ * sb_top_pv_initial and sb_top_pv_processer log fixed banners (each text
+ * ends with a newline) with priority SB_TOP_PV_LOG_ERROR under the tag
+ * "QLOB":
+ *   set-up:    "Quillon Single Bokeh Version 6.0 For Preview -2018.03.22:  \n",
+ *              "Preview Init:  \n"
+ *   per frame: "Quillon Single Bokeh Version PV 5.0 -2018.03.02:  \n",
+ *              "Preview process:  \n"
+ * With a hook installed, every banner goes to the hook, synchronously on the
+ * thread that called the entry point, and nowhere else. Passing a null fn
+ * restores the default sink: the Android log (__android_log_print) on
+ * Android and in builds with QLSBP_WITH_ANDROID_LOG; elsewhere standard
+ * error when the environment variable QLSBP_LOG is set to a value other
+ * than "0" (read at every banner), otherwise nothing. Like the entry points,
+ * the hook must not be changed while another thread is inside one. */
+#define SB_TOP_PV_LOG_ERROR 6 /* Android's ANDROID_LOG_ERROR */
+typedef void (*sb_top_pv_log_fn)(int priority, const char* tag, const char* text, void* user);
+QLSBP_API void sb_top_pv_set_log_hook(sb_top_pv_log_fn fn, void* user);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,128 @@
+// NEON twins of the Gaussian row kernels (ARMv7 and AArch64).
+//
+// Sixteen outputs per step. Each term of the pair sum (p[d] + p[ksize-1-d],
+// or the centre p[r]) is widened to 16 bits (at most 510) and multiplied into
+// 32-bit lanes with vmlal_s16, exact while the taps fit in int16; the lanes
+// wrap exactly like the scalar unsigned sum. Both passes share the core: the
+// vertical pass reads term k at row_offsets[k], the horizontal one at k.
+#include "gaussian/gauss_rows.h"
+#include "simd/cpu.h"
+
+#if QLSBP_HAVE_NEON
+#include <arm_neon.h>
+
+namespace {
+
+constexpr int kMaxTerms = (kGaussVectorMaxTaps >> 1) + 1;
+
+struct RowOffsets {
+  const int* off;
+  int operator()(int k) const { return off[k]; }
+};
+struct ColumnOffsets {
+  int operator()(int k) const { return k; }
+};
+
+inline int16x4_t as_s16(uint16x4_t v) { return vreinterpret_s16_u16(v); }
+
+// Low 8 bits of (sum >> 10) for eight lanes.
+inline uint8x8_t narrow8(int32x4_t a, int32x4_t b) {
+  const uint16x4_t na = vmovn_u32(vshrq_n_u32(vreinterpretq_u32_s32(a), 10));
+  const uint16x4_t nb = vmovn_u32(vshrq_n_u32(vreinterpretq_u32_s32(b), 10));
+  return vmovn_u16(vcombine_u16(na, nb));
+}
+
+template <typename Offsets>
+inline void block16(uint8_t* dst, const uint8_t* src, Offsets off, const int16x4_t* taps,
+                    int ksize) {
+  const int r = ksize >> 1;
+  const uint8x16_t c = vld1q_u8(src + off(r));
+  const uint16x8_t clo = vmovl_u8(vget_low_u8(c)), chi = vmovl_u8(vget_high_u8(c));
+  int32x4_t acc0 = vmull_s16(as_s16(vget_low_u16(clo)), taps[r]);
+  int32x4_t acc1 = vmull_s16(as_s16(vget_high_u16(clo)), taps[r]);
+  int32x4_t acc2 = vmull_s16(as_s16(vget_low_u16(chi)), taps[r]);
+  int32x4_t acc3 = vmull_s16(as_s16(vget_high_u16(chi)), taps[r]);
+  for (int t = 0; t < r; ++t) {
+    const uint8x16_t a = vld1q_u8(src + off(t));
+    const uint8x16_t b = vld1q_u8(src + off(ksize - 1 - t));
+    const uint16x8_t lo = vaddl_u8(vget_low_u8(a), vget_low_u8(b));
+    const uint16x8_t hi = vaddl_u8(vget_high_u8(a), vget_high_u8(b));
+    acc0 = vmlal_s16(acc0, as_s16(vget_low_u16(lo)), taps[t]);
+    acc1 = vmlal_s16(acc1, as_s16(vget_high_u16(lo)), taps[t]);
+    acc2 = vmlal_s16(acc2, as_s16(vget_low_u16(hi)), taps[t]);
+    acc3 = vmlal_s16(acc3, as_s16(vget_high_u16(hi)), taps[t]);
+  }
+  vst1q_u8(dst, vcombine_u8(narrow8(acc0, acc1), narrow8(acc2, acc3)));
+}
+
+template <typename Offsets>
+inline void block8(uint8_t* dst, const uint8_t* src, Offsets off, const int16x4_t* taps,
+                   int ksize) {
+  const int r = ksize >> 1;
+  const uint16x8_t c = vmovl_u8(vld1_u8(src + off(r)));
+  int32x4_t acc0 = vmull_s16(as_s16(vget_low_u16(c)), taps[r]);
+  int32x4_t acc1 = vmull_s16(as_s16(vget_high_u16(c)), taps[r]);
+  for (int t = 0; t < r; ++t) {
+    const uint16x8_t s = vaddl_u8(vld1_u8(src + off(t)), vld1_u8(src + off(ksize - 1 - t)));
+    acc0 = vmlal_s16(acc0, as_s16(vget_low_u16(s)), taps[t]);
+    acc1 = vmlal_s16(acc1, as_s16(vget_high_u16(s)), taps[t]);
+  }
+  vst1_u8(dst, narrow8(acc0, acc1));
+}
+
+// n >= 8. The last step is moved back to end exactly at n, recomputing a few
+// outputs with the same values, instead of a scalar tail. kTaps != 0 fixes
+// the tap count at compile time so that the term loop unrolls.
+template <int kTaps, typename Offsets>
+void pair_rows(uint8_t* dst, const uint8_t* src, Offsets off, const int* kernel, int ksize_rt,
+               int n) {
+  const int ksize = kTaps != 0 ? kTaps : ksize_rt;
+  int16x4_t taps[kTaps != 0 ? (kTaps >> 1) + 1 : kMaxTerms];
+  for (int t = 0; t <= (ksize >> 1); ++t) taps[t] = vdup_n_s16(static_cast<int16_t>(kernel[t]));
+  if (n < 16) {
+    block8(dst, src, off, taps, ksize);
+    if (n > 8) block8(dst + n - 8, src + n - 8, off, taps, ksize);
+    return;
+  }
+  int x = 0;
+  for (; x + 16 <= n; x += 16) block16(dst + x, src + x, off, taps, ksize);
+  if (x == n) return;
+  if (n - x <= 8) {
+    block8(dst + n - 8, src + n - 8, off, taps, ksize);
+  } else {
+    block16(dst + n - 16, src + n - 16, off, taps, ksize);
+  }
+}
+
+template <typename Offsets>
+void pair_rows_any(uint8_t* dst, const uint8_t* src, Offsets off, const int* kernel, int ksize,
+                   int n) {
+  switch (ksize) {
+    case 21:
+      return pair_rows<21>(dst, src, off, kernel, ksize, n);
+    case 61:
+      return pair_rows<61>(dst, src, off, kernel, ksize, n);
+    default:
+      return pair_rows<0>(dst, src, off, kernel, ksize, n);
+  }
+}
+
+}  // namespace
+
+void gauss_vertical_row_neon(uint8_t* dst, const uint8_t* src, const int* row_offsets,
+                             const int* kernel, int ksize, int n) {
+  if (n < 8 || !gauss_taps_fit_vector(kernel, ksize)) {
+    return gauss_vertical_row_c(dst, src, row_offsets, kernel, ksize, n);
+  }
+  pair_rows_any(dst, src, RowOffsets{row_offsets}, kernel, ksize, n);
+}
+
+void gauss_horizontal_row_neon(uint8_t* dst, const uint8_t* src, const int* kernel, int ksize,
+                               int n) {
+  if (n < 8 || !gauss_taps_fit_vector(kernel, ksize)) {
+    return gauss_horizontal_row_c(dst, src, kernel, ksize, n);
+  }
+  pair_rows_any(dst, src, ColumnOffsets{}, kernel, ksize, n);
+}
+
+#endif  // QLSBP_HAVE_NEON

@@ -5,7 +5,26 @@
 #include "qlsbp/export.h"
 
 // Thread body: blurs and blends one plane described by an SBPlaneTask
-// (qlsbp/sb_data.h). Returns null.
+// (qlsbp/sb_data.h) into task->dst, then returns null.
+//  - Gaussian method (useGaussian != 0): kernelSize taps of sigma = factor; at
+//    half resolution (blurOption != 0) the plane is halved into `small`,
+//    blurred there with the 61- or 21-tap filter (or the general one for other
+//    sizes) and enlarged into dst; at full resolution dst is a copy of src
+//    blurred with the general filter. Filter scratch comes from task->mem. A
+//    kernelSize below 1 (or a filter that refuses) leaves the plane unblurred.
+//  - Box method (useGaussian == 0): a mean over the window of radiusRows x
+//    radiusCols each way, from a 64-bit integral image in `wide` divided by
+//    the counts in `range` (both at the working size). The window is clipped
+//    to the plane, so small planes stay inside it; a zero count gives 0. With
+//    wide or range null the box step is skipped.
+//  - Half resolution: enlarging covers the first 4 (H >> 1)(W >> 1) bytes of
+//    dst as rows of 2 (W >> 1) bytes; for odd planes the bytes after that take
+//    the sharp pixels rather than what dst held before. An odd last source row
+//    is not read.
+//  - Finally dst = blend(dst, src, mask) over whole blocks of eight pixels.
+// A null record, null planes or a size below 1 do nothing. With an odd width
+// at half resolution the halving reads up to (H >> 1) - 1 bytes past the
+// plane (see downsampleh2v2), which the frame processor's buffers allow.
 QLSBP_API void* build_blur_image2(void* task);
 
 // Pyramid resampling of packed planes (stride = width). (height, width) is

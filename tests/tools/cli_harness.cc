@@ -39,7 +39,7 @@ Scratch::~Scratch() {
 }
 
 std::string Scratch::work(const std::string& name) const {
-  return name.empty() ? root_ + "/work" : root_ + "/work/" + name;
+  return name.empty() ? root_ + "/files" : root_ + "/files/" + name;
 }
 
 std::string Scratch::aside(const std::string& name) const { return root_ + "/" + name; }

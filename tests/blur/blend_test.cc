@@ -3,7 +3,7 @@
 // the scalar row kernels.
 #include <gtest/gtest.h>
 
-#include <cstdint>
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -18,171 +18,115 @@ using Bytes = std::vector<uint8_t>;
 using Weights = std::vector<uint16_t>;
 using qlsbp_test::random_bytes;
 
-int64_t floor_div(int64_t a, int64_t b) { return a / b - ((a % b != 0) && ((a < 0) != (b < 0))); }
-int64_t signed16(int64_t v) { return ((v % 65536) + 65536 + 32768) % 65536 - 32768; }
-int low_byte(int64_t v) { return static_cast<int>(((v % 256) + 256) % 256); }
-
+int64_t floor_div(int64_t a, int64_t b) { return a >= 0 ? a / b : -((-a + b - 1) / b); }
+// v modulo 2^bits, read as a signed number of that width.
+int64_t wrap(int64_t v, int bits) {
+  const int64_t m = int64_t{1} << bits;
+  v = (v % m + m) % m;
+  return v >= m / 2 ? v - m : v;
+}
 // F + ((S - F) * W + 512) / 1024 rounded down, in 16 then 8 bits.
-int blend_model(int f, int s, int w) {
-  const int64_t t = signed16(floor_div(static_cast<int64_t>(s - f) * signed16(w) + 512, 1024));
-  return low_byte(t + f);
+uint8_t blend_model(int f, int s, int w) {
+  return static_cast<uint8_t>(f + wrap(floor_div((s - f) * wrap(w, 16) + 512, 1024), 16));
+}
+// Shares in units of 1/131072, the sum wrapped to 32 bits, shifted by 17.
+uint8_t alpha_model(int f, int s, int w, int alpha) {
+  const int64_t k = wrap(1024 - w, 16) * wrap(alpha, 16);
+  return static_cast<uint8_t>(floor_div(wrap(f * k + s * (131072 - k) + 65536, 32), 131072));
 }
 
-// Shares in units of 1/131072, wrapped to 32 bits, shifted by 17.
-int blend_alpha_model(int f, int s, int w, int alpha) {
-  const int64_t k = signed16(1024 - w) * signed16(alpha);
-  const int64_t v = static_cast<int64_t>(f) * k + static_cast<int64_t>(s) * (131072 - k) + 65536;
-  const int64_t wrapped = ((v % 4294967296LL) + 4294967296LL) % 4294967296LL;
-  const int64_t as_signed = wrapped >= 2147483648LL ? wrapped - 4294967296LL : wrapped;
-  return low_byte(floor_div(as_signed, 131072));
+TEST(MaskBlend, HandWorkedPixelsInWholeBlocksOnly) {
+  // Each block holds the same eight hand-worked pixels; only whole blocks are
+  // written. Full strength gives the plain blend for all of these weights.
+  const uint8_t F[8] = {200, 255, 0, 37, 37, 100, 10, 10};
+  const uint8_t S[8] = {255, 0, 255, 201, 201, 200, 9, 9};
+  const uint16_t W[8] = {1100, 1100, 512, 0, 1024, 65535, 2048, 1023};
+  // 259 and -19 wrap (no clamping), 127.5 rounds up, weight -1 adds
+  // (512 - 100) >> 10 = 0, and the steps -1.5 and -0.5 round down.
+  const uint8_t want[8] = {3, 237, 128, 37, 201, 100, 8, 9};
+  Bytes first(24), second(24);
+  Weights weight(24);
+  for (int i = 0; i < 24; ++i) first[i] = F[i % 8], second[i] = S[i % 8], weight[i] = W[i % 8];
+  const int cases[][2] = {{7, 0}, {0, 0}, {-7, 0}, {-100, 0}, {13, 8}, {23, 16}};
+  for (const auto& c : cases) {
+    Bytes plain(24, 0xee), alpha(24, 0xee);
+    img_blend_neon(plain.data(), first.data(), second.data(), weight.data(), c[0]);
+    img_blend_neon_alpha(alpha.data(), first.data(), second.data(), weight.data(), c[0], 128);
+    for (int i = 0; i < 24; ++i) {
+      EXPECT_EQ(plain[i], i < c[1] ? want[i % 8] : 0xee) << "count " << c[0] << " at " << i;
+      EXPECT_EQ(alpha[i], i < c[1] ? want[i % 8] : 0xee) << "count " << c[0] << " at " << i;
+    }
+  }
 }
 
-Weights random_weights(size_t n, uint32_t seed, int hi = 65535) {
-  std::mt19937 rng(seed);
-  Weights w(n);
-  for (auto& x : w) x = static_cast<uint16_t>(qlsbp_test::random_int(rng, 0, hi));
-  return w;
-}
+// Every weight once, then weights in the working range 0 .. 1100, on random
+// pixels with an extreme pair at every fourth; the tail is not a whole block.
+struct Frame {
+  static constexpr int kCount = 2 * 65536 + 13, kWhole = kCount / 8 * 8;
+  Bytes first = random_bytes(kCount, 1), second = random_bytes(kCount, 2);
+  Weights weight = Weights(kCount);
+  Frame() {
+    for (int i = 0; i < kCount; ++i) weight[i] = static_cast<uint16_t>(i < 65536 ? i : i % 1101);
+    for (int i = 0; i < kCount; i += 4) {
+      first[i] = i % 8 ? 0 : 255;
+      second[i] = 255 - first[i];
+    }
+  }
+};
 
-uint8_t blend_one(uint8_t f, uint8_t s, uint16_t w) {
-  Bytes first(8, f), second(8, s), dst(8, 0);
-  Weights weight(8, w);
-  img_blend_neon(dst.data(), first.data(), second.data(), weight.data(), 8);
-  return dst[3];
-}
-
-TEST(MaskBlend, HandWorkedPixels) {
-  EXPECT_EQ(blend_one(200, 255, 1100), 3);  // 259 wraps, no clamping
-  EXPECT_EQ(blend_one(0, 255, 512), 128);   // 127.5 rounds up
-  EXPECT_EQ(blend_one(37, 201, 0), 37);
-  EXPECT_EQ(blend_one(37, 201, 1024), 201);
-  EXPECT_EQ(blend_one(255, 0, 1100), 255 - 274 + 256);  // below zero wraps too
-  EXPECT_EQ(blend_one(100, 200, 65535), 100);           // -1 / 1024 rounds to 0
-}
-
-TEST(MaskBlend, OnlyWholeBlocksOfEightAreWritten) {
-  Bytes first(16, 10), second(16, 250);
-  Weights weight(16, 1024);
-  Bytes dst(16, 0xee);
-  img_blend_neon(dst.data(), first.data(), second.data(), weight.data(), 7);
-  EXPECT_EQ(dst, Bytes(16, 0xee));
-  img_blend_neon(dst.data(), first.data(), second.data(), weight.data(), -7);
-  img_blend_neon(dst.data(), first.data(), second.data(), weight.data(), -100);
-  EXPECT_EQ(dst, Bytes(16, 0xee));
-  img_blend_neon(dst.data(), first.data(), second.data(), weight.data(), 13);
-  for (int i = 0; i < 16; ++i) EXPECT_EQ(dst[i], i < 8 ? 250 : 0xee) << i;
-  Bytes dsta(16, 0xee);
-  img_blend_neon_alpha(dsta.data(), first.data(), second.data(), weight.data(), 13, 128);
-  for (int i = 0; i < 16; ++i) EXPECT_EQ(dsta[i], i < 8 ? 250 : 0xee) << i;
-}
-
-TEST(MaskBlend, MatchesModelInPlaceOnFullFrame) {
-  const int count = 640 * 480 + 5;
-  const Bytes first = random_bytes(count, 1);
-  const Bytes second = random_bytes(count, 2);
-  Weights weight = random_weights(count, 3, 1100);
-  for (int i = 0; i < count; i += 97) weight[i] = static_cast<uint16_t>(i * 31);  // full range too
-  Bytes inplace = first;
-  img_blend_neon(inplace.data(), inplace.data(), const_cast<uint8_t*>(second.data()), weight.data(),
-                 count);
-  const int whole = count / 8 * 8;
-  for (int i = 0; i < count; ++i) {
-    const int expect = i < whole ? blend_model(first[i], second[i], weight[i]) : first[i];
-    ASSERT_EQ(inplace[i], expect) << i << " F=" << int(first[i]) << " S=" << int(second[i])
-                                  << " W=" << weight[i];
+TEST(MaskBlend, MatchesModelInPlace) {
+  Frame f;
+  Bytes into_first = f.first, into_second = f.second;
+  img_blend_neon(into_first.data(), into_first.data(), f.second.data(), f.weight.data(), f.kCount);
+  img_blend_neon(into_second.data(), f.first.data(), into_second.data(), f.weight.data(), f.kCount);
+  for (int i = 0; i < f.kCount; ++i) {
+    const int want = blend_model(f.first[i], f.second[i], f.weight[i]);
+    ASSERT_EQ(into_first[i], i < f.kWhole ? want : f.first[i]) << i << " W=" << f.weight[i];
+    ASSERT_EQ(into_second[i], i < f.kWhole ? want : f.second[i]) << i << " W=" << f.weight[i];
   }
 }
 
 TEST(MaskBlendAlpha, MatchesModelForAnyStrength) {
-  const int count = 4096;
-  Bytes first = random_bytes(count, 11);
-  Bytes second = random_bytes(count, 12);
-  Weights weight = random_weights(count, 13);
-  for (int alpha :
-       {128, 0, 1, 64, 127, 129, 255, 1000, 32767, -1, -128, 65536 + 77, 0x12348000, INT32_MIN}) {
-    Bytes dst(count, 0);
-    img_blend_neon_alpha(dst.data(), first.data(), second.data(), weight.data(), count, alpha);
-    for (int i = 0; i < count; ++i) {
-      ASSERT_EQ(dst[i], blend_alpha_model(first[i], second[i], weight[i], alpha))
-          << "alpha=" << alpha << " i=" << i << " W=" << weight[i];
+  Frame f;
+  for (int alpha : {128, 0, 1, 64, 127, 129, 255, 1000, 32767, -1, -128, -32768, 65536 + 77,
+                    0x12348000, INT32_MIN}) {
+    Bytes dst(f.kCount, 0);
+    img_blend_neon_alpha(dst.data(), f.first.data(), f.second.data(), f.weight.data(), f.kCount,
+                         alpha);
+    for (int i = 0; i < f.kWhole; ++i) {
+      const int F = f.first[i], S = f.second[i], W = f.weight[i];
+      ASSERT_EQ(dst[i], alpha_model(F, S, W, alpha)) << "alpha=" << alpha << " i=" << i;
+      // Full strength is the plain blend except where 1024 - W leaves 16 bits;
+      // no strength copies the second plane.
+      ASSERT_TRUE(alpha != 128 || (W >= 0x8000 && W <= 0x8400) || dst[i] == blend_model(F, S, W));
+      ASSERT_TRUE(alpha != 0 || dst[i] == S) << i;
     }
   }
 }
 
-TEST(MaskBlendAlpha, FullStrengthEqualsPlainBlendAndZeroCopiesSecond) {
-  const int count = 8192;
-  Bytes first = random_bytes(count, 21);
-  Bytes second = random_bytes(count, 22);
-  Weights weight = random_weights(count, 23);
-  // Outside 0x8000 .. 0x8400 the share 1024 - W stays a 16-bit number and the
-  // two formulations agree exactly.
-  for (auto& w : weight)
-    if (w >= 0x8000 && w <= 0x8400) w = static_cast<uint16_t>(w - 0x0800);
-  Bytes plain(count), full(count), none(count);
-  img_blend_neon(plain.data(), first.data(), second.data(), weight.data(), count);
-  img_blend_neon_alpha(full.data(), first.data(), second.data(), weight.data(), count, 128);
-  img_blend_neon_alpha(none.data(), first.data(), second.data(), weight.data(), count, 0);
-  EXPECT_EQ(full, plain);
-  EXPECT_EQ(none, second);
+// Both row kernels on n random pixels and full-range weights; outputs carry a
+// guard byte, so a write past n shows up as a difference.
+std::vector<Bytes> run(int n, decltype(&blend_row_c) blend, decltype(&blend_alpha_row_c) alpha) {
+  const Bytes first = random_bytes(n, n), second = random_bytes(n, n + 1);
+  Weights weight(n);
+  std::generate(weight.begin(), weight.end(), std::mt19937(n));  // keeps the low 16 bits
+  std::vector<Bytes> out(7, Bytes(n + 1, 0xee));
+  blend(out[0].data(), first.data(), second.data(), weight.data(), n);
+  int k = 0;
+  for (int a : {128, 0, -3, 300, 40000, 0x7fff8000})
+    alpha(out[++k].data(), first.data(), second.data(), weight.data(), n, a);
+  return out;
 }
 
-using BlendRow = void (*)(uint8_t*, const uint8_t*, const uint8_t*, const uint16_t*, int);
-using BlendAlphaRow = void (*)(uint8_t*, const uint8_t*, const uint8_t*, const uint16_t*, int, int);
-
-struct Twins {
-  const char* name;
-  BlendRow blend;
-  BlendAlphaRow blend_alpha;
-};
-
-std::vector<Twins> compiled_twins() {
-  std::vector<Twins> t;
+TEST(BlendRows, VectorTwinsMatchScalar) {
+  for (int n = 0; n <= 99; ++n) {
+    const auto want = run(n, blend_row_c, blend_alpha_row_c);
 #if QLSBP_HAVE_SSE2
-  t.push_back({"sse2", blend_row_sse2, blend_alpha_row_sse2});
+    EXPECT_EQ(run(n, blend_row_sse2, blend_alpha_row_sse2), want) << "sse2 n=" << n;
 #endif
 #if QLSBP_HAVE_NEON
-  t.push_back({"neon", blend_row_neon, blend_alpha_row_neon});
+    EXPECT_EQ(run(n, blend_row_neon, blend_alpha_row_neon), want) << "neon n=" << n;
 #endif
-  return t;
-}
-
-TEST(BlendRows, TwinsMatchScalarOnEveryLengthAndWeight) {
-  std::vector<int> lengths;
-  for (int i = 1; i <= 40; ++i) lengths.push_back(i);
-  for (int i : {63, 64, 65, 333, 4099}) lengths.push_back(i);
-  for (const Twins& t : compiled_twins()) {
-    for (int n : lengths) {
-      const Bytes first = random_bytes(n, n);
-      const Bytes second = random_bytes(n, n + 1);
-      const Weights weight = random_weights(n, n + 2);
-      Bytes d0(n + 1, 0xee);
-      Bytes d1 = d0;
-      blend_row_c(d0.data(), first.data(), second.data(), weight.data(), n);
-      t.blend(d1.data(), first.data(), second.data(), weight.data(), n);
-      EXPECT_EQ(d1, d0) << t.name << " n=" << n;
-      for (int alpha : {128, 0, -3, 300, 40000, 0x7fff8000}) {
-        Bytes a0(n + 1, 0xee);
-        Bytes a1 = a0;
-        blend_alpha_row_c(a0.data(), first.data(), second.data(), weight.data(), n, alpha);
-        t.blend_alpha(a1.data(), first.data(), second.data(), weight.data(), n, alpha);
-        EXPECT_EQ(a1, a0) << t.name << " n=" << n << " alpha=" << alpha;
-      }
-    }
-  }
-}
-
-TEST(BlendRows, ScalarKernelMatchesModelOnExtremes) {
-  // Every weight against the four extreme pixel pairs.
-  const uint8_t pairs[][2] = {{0, 255}, {255, 0}, {0, 0}, {255, 255}, {1, 254}};
-  for (const auto& p : pairs) {
-    for (int w = 0; w < 65536; w += 3) {
-      uint8_t out = 0, out_a = 0;
-      const uint16_t weight = static_cast<uint16_t>(w);
-      blend_row_c(&out, &p[0], &p[1], &weight, 1);
-      blend_alpha_row_c(&out_a, &p[0], &p[1], &weight, 1, -32768);
-      ASSERT_EQ(out, blend_model(p[0], p[1], w)) << w;
-      ASSERT_EQ(out_a, blend_alpha_model(p[0], p[1], w, -32768)) << w;
-    }
   }
 }
 

@@ -93,7 +93,7 @@ QLSBP_API int image_u8_resize(unsigned char* dst, int dst_height, int dst_width,
 // limits values that are not negative). NaN passes through. Same return
 // codes and refusals as image_u8_resize.
 QLSBP_API int double_resize(double* dst, int dst_height, int dst_width, double max_value,
-                            int* row_index, int* row_frac, int* col_index, int* col_frac, double* src,
-                            int src_height, int src_width);
+                            int* row_index, int* row_frac, int* col_index, int* col_frac,
+                            double* src, int src_height, int src_width);
 
 #endif  // QLSBP_ANALYSIS_H_

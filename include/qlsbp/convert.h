@@ -49,6 +49,7 @@ QLSBP_API int y4v1u1_to_y4u1v1(unsigned char* dst, unsigned char* src, int rows,
 // 16-bit values to bytes: dst[i] = min(src[i] * 256 / divisor, 255), with a
 // truncating unsigned 32-bit division. count <= 0 writes nothing. A divisor
 // of 0 behaves like an infinitesimal one: 0 gives 0, any other value 255.
-QLSBP_API void u16_to_u8(unsigned char* dst, unsigned short* src, unsigned short divisor, int count);
+QLSBP_API void u16_to_u8(unsigned char* dst, unsigned short* src, unsigned short divisor,
+                         int count);
 
 #endif  // QLSBP_CONVERT_H_

@@ -26,8 +26,8 @@
 //   beyond the int range clamp to INT_MIN / INT_MAX (so a NaN scale gives all
 //   zero taps). The 1-D centre correction is computed modulo 2^32, which only
 //   matters when the scale or the taps exceed the int range.
-QLSBP_API void init_gaussian_kernel(void* kernel_out, float sigma, int ksize, int dims, int out_type,
-                                    float scale);
+QLSBP_API void init_gaussian_kernel(void* kernel_out, float sigma, int ksize, int dims,
+                                    int out_type, float scale);
 
 // ---- Threaded separable filters (scratch from the arena) -------------------
 // Per-worker record of the threaded filters.
@@ -76,10 +76,10 @@ struct GaussianThreadArg {
 //   common one (with 7 threads per pass): same bytes for the same taps.
 // - Threads start through qlsbp_run_parallel; a strip whose thread cannot be
 //   started runs on the calling thread. Not reentrant on one arena view.
-QLSBP_API int gaussian_filter_for_int_image_61x61(unsigned char* img, int height, int width, int ksize,
-                                                  const int* kernel, QLMemInfoT* mem);
-QLSBP_API int gaussian_filter_for_int_image_21x21(unsigned char* img, int height, int width, int ksize,
-                                                  const int* kernel, QLMemInfoT* mem);
+QLSBP_API int gaussian_filter_for_int_image_61x61(unsigned char* img, int height, int width,
+                                                  int ksize, const int* kernel, QLMemInfoT* mem);
+QLSBP_API int gaussian_filter_for_int_image_21x21(unsigned char* img, int height, int width,
+                                                  int ksize, const int* kernel, QLMemInfoT* mem);
 QLSBP_API int gaussian_filter_for_int_image_common(unsigned char* img, int height, int width,
                                                    int ksize, const int* kernel, QLMemInfoT* mem);
 // Largest number of arena bytes that one call of any of the three filters
@@ -116,10 +116,10 @@ QLSBP_API void* thread_horizon_gaussian(void* arg);
 //   kernel; a plane of one row or column uses that line throughout.
 // - height or width < 1, a null img or kernel, a plane whose row span under
 //   the kernel exceeds INT_MAX bytes, or a failed allocation: img unchanged.
-QLSBP_API void gaussian_filter_for_int_image_11_11(unsigned char* img, int height, int width, int ksize,
-                                                   const int* kernel);
-QLSBP_API void gaussian_filter_for_int_image_21_21(unsigned char* img, int height, int width, int ksize,
-                                                   const int* kernel);
+QLSBP_API void gaussian_filter_for_int_image_11_11(unsigned char* img, int height, int width,
+                                                   int ksize, const int* kernel);
+QLSBP_API void gaussian_filter_for_int_image_21_21(unsigned char* img, int height, int width,
+                                                   int ksize, const int* kernel);
 // One pass with `ksize` float taps along rows (horizontal) or columns
 // (vertical): dst is first a copy of src, then every position whose kernel
 // lies inside the plane (r = ksize >> 1 from each end of the filtered axis)
@@ -133,10 +133,11 @@ QLSBP_API void gaussian_filter_for_int_image_21_21(unsigned char* img, int heigh
 //   partially overlapping buffers are not supported.
 // - height or width < 1, a null dst or src, a null kernel with ksize >= 1, or
 //   a failed allocation: nothing is written.
-QLSBP_API void gaussian_filter_horizontal_int(unsigned char* dst, const unsigned char* src, int height,
-                                              int width, const float* kernel, int ksize);
-QLSBP_API void gaussian_filter_vertical_int(unsigned char* dst, const unsigned char* src, int height,
-                                            int width, const float* kernel, int ksize);
+QLSBP_API void gaussian_filter_horizontal_int(unsigned char* dst, const unsigned char* src,
+                                              int height, int width, const float* kernel,
+                                              int ksize);
+QLSBP_API void gaussian_filter_vertical_int(unsigned char* dst, const unsigned char* src,
+                                            int height, int width, const float* kernel, int ksize);
 // ksize x ksize pyramid of powers of two (entry 2^min(e(i), e(j)), e = distance
 // to the nearer edge) scaled to 1024 by truncation, without correction, so
 // the entries sum to at most 1024 (ksize 3 -> 102 102 102 / 102 204 102 /
@@ -146,9 +147,9 @@ QLSBP_API void gaussian_filter_vertical_int(unsigned char* dst, const unsigned c
 QLSBP_API void init_gaussian_filter_int(const char* name, int* kernel, int ksize);
 // (2 radius + 1)^2 Gaussian taps, row-major, (int)(1024 * w / sum) with no
 // centre correction, computed in double precision. radius < 0, a null
-// kernel or a failed scratch allocation: nothing written. sigma 0 (or so small, or NaN, that the weights are
-// not finite): the limit as sigma -> 0, 1024 at the centre and 0 elsewhere.
-// A negative sigma acts as its absolute value.
+// kernel or a failed scratch allocation: nothing written. sigma 0 (or so small, or NaN, that the
+// weights are not finite): the limit as sigma -> 0, 1024 at the centre and 0 elsewhere. A negative
+// sigma acts as its absolute value.
 QLSBP_API void fspecial_gaussian(int* kernel, int radius, double sigma);
 // Marginals of the n x n row-major float kernel src: a[i] = row sums (when a
 // is non-null and use_a is set), b[j] = column sums (when b is non-null and
@@ -162,7 +163,8 @@ QLSBP_API void cvt_gaussina_kernel_21(float* a, char use_a, float* b, char use_b
 // (height + 1) x (width + 1) signed 64-bit integral, first row and column 0
 // (OpenCV's cv::integral layout). height < 1 writes only the zero row;
 // width < 0 or a null pointer writes nothing.
-QLSBP_API void pxIntegralOpenCV_int(const unsigned char* src, int height, int width, long long* out);
+QLSBP_API void pxIntegralOpenCV_int(const unsigned char* src, int height, int width,
+                                    long long* out);
 // In-place k x k mean: the window with top-left pixel (y - r, x - r), r =
 // ksize >> 1, times 2^24 / k^2 (truncated: exact only where k^2 divides 2^24,
 // e.g. a flat 255 becomes 254 with k = 3), >> 24. Border rows and columns
@@ -171,7 +173,8 @@ QLSBP_API void pxIntegralOpenCV_int(const unsigned char* src, int height, int wi
 // every row becomes source row r, width alike). ksize < 1, ksize larger than
 // height or width, a null img or a failed allocation: img unchanged. The
 // scratch is one integral image, freed before return.
-QLSBP_API void mean_filter_int_with_integrogram(unsigned char* img, int ksize, int height, int width);
+QLSBP_API void mean_filter_int_with_integrogram(unsigned char* img, int ksize, int height,
+                                                int width);
 // height x width inclusive unsigned 64-bit integral. After row 1855 it prints
 // "y = 1855" (no newline) on standard output, when the image has at least 1856
 // rows and more than 2023 columns: a leftover trace that is kept. height or
@@ -187,8 +190,8 @@ QLSBP_API void integral_image_uiuo_uint8(unsigned long long* out, unsigned char*
 // written instead of dividing by zero; so radius 0 copies the image. A
 // negative radius acts as 0. height or width < 1 or a null pointer: nothing
 // written.
-QLSBP_API void integral_image_mean_u_uint8(unsigned char* dst, unsigned long long* integral, int height,
-                                           int width, int radius);
+QLSBP_API void integral_image_mean_u_uint8(unsigned char* dst, unsigned long long* integral,
+                                           int height, int width, int radius);
 // Box blur despite the name: integral_image_uiuo_uint8 (with its trace line)
 // into a heap integral, then integral_image_mean_u_uint8 with `radius`.
 // height or width < 1, a null pointer or a failed allocation: nothing written.

@@ -47,7 +47,8 @@ QLSBP_API void cal_blur_range(unsigned int* out, int rows, int cols, int ry, int
 // a = b = 0 marks the centre pixel when it lies in the image. Negative axes,
 // or a positive axis whose 32-bit square wraps to <= 0, write nothing; so do
 // height < 1 and width < 1.
-QLSBP_API void gen_ellipse(unsigned char* mask, int cy, int cx, int a, int b, int height, int width);
+QLSBP_API void gen_ellipse(unsigned char* mask, int cy, int cx, int a, int b, int height,
+                           int width);
 
 // Floating-point weight mask: 1.0 inside, ramp (S - q) / (S - 1) in the band
 // (clamped below at 0.0, not above), with S = (1 + t / (0.5 * min(height,
@@ -57,7 +58,8 @@ QLSBP_API void gen_ellipse(unsigned char* mask, int cy, int cx, int a, int b, in
 // row outside the inner ellipse: ramp for [Lo, Ro-1]); positions past the row
 // end are dropped, never written. Axes, t = 0, huge coordinates and sizes
 // below 1 are handled as in gen_ellipse4 (t = 0: only the 1.0 run).
-QLSBP_API void gen_ellipse2(double* mask, int cy, int cx, int a, int b, int t, int height, int width);
+QLSBP_API void gen_ellipse2(double* mask, int cy, int cx, int a, int b, int t, int height,
+                            int width);
 
 // 16-bit mask exactly as gen_ellipse4 (same running-index edge writes and the
 // same guards), plus the per-row spans: spans[0..3][r] = Lo, Ro, Li, Ri, with
@@ -105,6 +107,7 @@ QLSBP_API void image_board_process(unsigned char* img, int rows, int cols, int n
 // clipping: the caller guarantees that the rectangles fit both planes.
 // Overlapping source and destination are copied row by row as with memmove.
 QLSBP_API void copy_image(unsigned char* dst, const unsigned char* src, int dst_rows, int dst_cols,
-                          int src_rows, int src_cols, const PXrect* dst_rect, const PXrect* src_rect);
+                          int src_rows, int src_cols, const PXrect* dst_rect,
+                          const PXrect* src_rect);
 
 #endif  // QLSBP_MASK_H_

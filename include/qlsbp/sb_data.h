@@ -77,8 +77,8 @@ class QLSBP_API SBData {
   //  - an unknown layout, or blur settings whose filter scratch does not fit
   //    the arena: when dst != src, dst holds the copied source (for an unknown
   //    layout nothing is copied, as its size is unknown).
-  int DataProcessor(unsigned char* dst, unsigned char* src, int rows, int cols, int stride, int format,
-                    int* frameParam, float factor);
+  int DataProcessor(unsigned char* dst, unsigned char* src, int rows, int cols, int stride,
+                    int format, int* frameParam, float factor);
 
   int rows;
   int cols;

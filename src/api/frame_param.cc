@@ -10,8 +10,8 @@ const float kBlurFactor[8] = {0.0f, 0.7f, 1.0f, 1.2f, 1.5f, 1.8f, 2.2f, 3.2f};
 
 }  // namespace
 
-bool pv_frame_param_fill(SBFrameParam* out, float* factor, const __tag_QL_BokehParam* param, int width,
-                         int height) {
+bool pv_frame_param_fill(SBFrameParam* out, float* factor, const __tag_QL_BokehParam* param,
+                         int width, int height) {
   int level = param->level;
   if (level >= 7) level = 7;
   int strength = param->strength;

@@ -12,7 +12,7 @@
 // taps, and forceRebuild 0 (the mask stays cached while the focus is still).
 // Returns false, leaving both untouched, when the level is below 1: such a
 // frame passes unprocessed.
-bool pv_frame_param_fill(SBFrameParam* out, float* factor, const __tag_QL_BokehParam* param, int width,
-                         int height);
+bool pv_frame_param_fill(SBFrameParam* out, float* factor, const __tag_QL_BokehParam* param,
+                         int width, int height);
 
 #endif  // QLSBP_API_FRAME_PARAM_H_

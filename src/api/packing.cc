@@ -3,10 +3,10 @@
 // Each plane is one block copy when the caller's pitch equals the dense row
 // length (the common unpadded preview frame costs two or three memcpy calls),
 // otherwise one memcpy per row. Both directions are pure copies.
+#include "qlsbp/packing.h"
+
 #include <cstddef>
 #include <cstring>
-
-#include "qlsbp/packing.h"
 
 namespace {
 
@@ -67,7 +67,9 @@ int refuse_frame(const __tag_QL_IMAGEINFO* image, const unsigned char* dense) {
 
 // Frames with no pixel (width or height below 1) copy nothing; this also
 // keeps negative sizes away from the size arithmetic below.
-bool has_no_pixels(const __tag_QL_IMAGEINFO* image) { return image->width < 1 || image->height < 1; }
+bool has_no_pixels(const __tag_QL_IMAGEINFO* image) {
+  return image->width < 1 || image->height < 1;
+}
 
 }  // namespace
 

@@ -59,7 +59,8 @@ bool session_size_ok(int rows, int cols) {
 int even_part(int size) { return size & ~1; }
 
 bool session_is_open() {
-  return pData != nullptr && pData->memBase != nullptr && idat_pv != nullptr && idat_pv == g_buffer.buffer;
+  return pData != nullptr && pData->memBase != nullptr && idat_pv != nullptr &&
+         idat_pv == g_buffer.buffer;
 }
 
 // `even` is the caller's descriptor cut to its even part.

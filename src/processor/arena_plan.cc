@@ -52,7 +52,8 @@ bool plan_task_views(SBData* d) {
   start[0] = arena.used;
   // The first chroma view begins 1.5 N bytes after the luma view, worked out
   // in double precision and truncated, as the task records always have.
-  const u64 chroma1 = static_cast<u64>(static_cast<double>(arena.used) + static_cast<double>(n) * 1.5);
+  const u64 chroma1 =
+      static_cast<u64>(static_cast<double>(arena.used) + static_cast<double>(n) * 1.5);
   start[1] = std::max(chroma1, start[0] + task_scratch_bytes(d->task[0]));
   start[2] = std::max(start[1] + (n >> 1), start[1] + task_scratch_bytes(d->task[1]));
   if (start[2] + task_scratch_bytes(d->task[2]) > arena.capacity) return false;

@@ -22,9 +22,9 @@
 constexpr int kNoCachedLevel = INT_MIN;
 
 struct ArenaPlan {
-  bool ok;                  // false: the frame is empty or too large for a 32-bit arena
-  unsigned capacity;        // arena bytes
-  unsigned record_pad;      // padding before the three task views
+  bool ok;              // false: the frame is empty or too large for a 32-bit arena
+  unsigned capacity;    // arena bytes
+  unsigned record_pad;  // padding before the three task views
 };
 
 // Arena layout of an SBData(rows, cols).

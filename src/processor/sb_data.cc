@@ -5,11 +5,12 @@
 // their offsets are the same for every session of a given size; the rest of
 // the arena is per-frame filter scratch that the pipeline hands out as three
 // task views (see pipeline.cc).
+#include "qlsbp/sb_data.h"
+
 #include <climits>
 #include <cstdlib>
 
 #include "processor/arena_plan.h"
-#include "qlsbp/sb_data.h"
 
 SBData::SBData()
     : rows(0),

@@ -44,8 +44,7 @@ size_t dense_frame_bytes(int code, int rows, int cols) {
 // The work buffer is sized by the set-up's layout code; any code other
 // than 4 gets the 4:2:0 size.
 size_t session_buffer_bytes(int code, int rows, int cols) {
-  const size_t n = static_cast<size_t>(rows) * static_cast<size_t>(cols);
-  return code == 4 ? 2 * n : (3 * n) >> 1;
+  return dense_frame_bytes(code == 4 ? 4 : 2, rows, cols);
 }
 
 // The processor keeps 15 bytes of arena per pixel and counts them in 32-bit

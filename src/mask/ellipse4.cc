@@ -9,13 +9,8 @@ void gen_ellipse4(unsigned short* mask, int cy, int cx, int a, int b, int t, int
                   int width) {
   if (height < 1 || width < 1) return;
   EllipseShape e;
-  if (!ellipse_axes(a, b, &e.a2, &e.b2)) return;
-  const double m = a < b ? a : b;
-  const double s = 1.0 + t / m;
-  e.cx = cx;
-  e.b = b;
-  e.S = s * s;
-  e.width = width;
+  if (!ellipse_shape(&e, cx, a, b, width)) return;
+  e.S = ellipse_outer_scale2(t, a < b ? a : b);
   for (int r = 0; r < height; ++r) {
     EllipseRowSpan span;
     if (!ellipse_row_span(&span, e, cy, r)) continue;

@@ -15,12 +15,15 @@
 
 #include "mask/mask_math.h"
 
-bool ellipse_axes(int a, int b, double* a2, double* b2) {
+bool ellipse_shape(EllipseShape* e, int cx, int a, int b, int width) {
   const int32_t aa = mask_square_i32(a);
   const int32_t bb = mask_square_i32(b);
   if (a <= 0 || b <= 0 || aa <= 0 || bb <= 0) return false;
-  *a2 = static_cast<double>(aa);
-  *b2 = static_cast<double>(bb);
+  e->cx = cx;
+  e->b = b;
+  e->a2 = static_cast<double>(aa);
+  e->b2 = static_cast<double>(bb);
+  e->width = width;
   return true;
 }
 

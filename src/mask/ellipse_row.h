@@ -25,9 +25,17 @@ struct EllipseRowSpan {
   bool inner;
 };
 
-// Squares both axes as the target's 32-bit products do. False when the axes
-// describe no region: a <= 0, b <= 0, or a square that wraps to <= 0.
-bool ellipse_axes(int a, int b, double* a2, double* b2);
+// Fills every field but S, squaring both axes as the target's 32-bit
+// products do. False when the axes describe no region: a <= 0, b <= 0, or a
+// square that wraps to <= 0.
+bool ellipse_shape(EllipseShape* e, int cx, int a, int b, int width);
+
+// Squared scale of the outer ellipse for a band of t pixels measured against
+// `reference` (the smaller semi-axis, or half the smaller image side).
+inline double ellipse_outer_scale2(int t, double reference) {
+  const double s = 1.0 + t / reference;
+  return s * s;
+}
 
 // Limits of row r around centre row cy; false when the row lies wholly
 // outside the outer ellipse (qy > S) and must not be touched.

@@ -64,14 +64,9 @@ struct WeightRowWriter {
 void gen_ellipse2(double* mask, int cy, int cx, int a, int b, int t, int height, int width) {
   if (height < 1 || width < 1) return;
   EllipseShape e;
-  if (!ellipse_axes(a, b, &e.a2, &e.b2)) return;
+  if (!ellipse_shape(&e, cx, a, b, width)) return;
   // The band is measured against half the smaller image side, not the axes.
-  const double half_side = 0.5 * std::min(height, width);
-  const double s = 1.0 + t / half_side;
-  e.cx = cx;
-  e.b = b;
-  e.S = s * s;
-  e.width = width;
+  e.S = ellipse_outer_scale2(t, 0.5 * std::min(height, width));
   const bool hard_edge = (e.S - 1.0 == 0.0);
   for (int r = 0; r < height; ++r) {
     EllipseRowSpan sp;
@@ -109,15 +104,8 @@ void gen_ellipse3(unsigned short* mask, int** spans, int cy, int cx, int a, int 
                   int height, int width) {
   if (height < 1) return;
   EllipseShape e;
-  const bool valid = width >= 1 && ellipse_axes(a, b, &e.a2, &e.b2);
-  if (valid) {
-    const double m = a < b ? a : b;
-    const double s = 1.0 + t / m;
-    e.cx = cx;
-    e.b = b;
-    e.S = s * s;
-    e.width = width;
-  }
+  const bool valid = width >= 1 && ellipse_shape(&e, cx, a, b, width);
+  if (valid) e.S = ellipse_outer_scale2(t, a < b ? a : b);
   for (int r = 0; r < height; ++r) {
     set_spans(spans, r, -4, -4, -4, -4);
     EllipseRowSpan sp;

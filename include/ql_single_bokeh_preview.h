@@ -110,6 +110,78 @@ QLSBP_API int sb_top_pv_processer(QL_IMAGEINFO* image, QL_BokehParam* param);
  * nothing. Always returns 0. */
 QLSBP_API int sb_top_pv_deinit(void);
 
+/* ---- Sessions ---------------------------------------------------------------
+ *
+ * A session is an object of its own: a host may open as many as it has
+ * cameras or streams, each for one frame size and layout, and drive
+ * independent sessions from different threads at the same time. One session
+ * is used by one thread at a time; a call that enters a session while another
+ * call is inside it is refused with QLSBP_ERR_BUSY. Sessions share no state
+ * but read-only tables. For the same sequence of accepted frames a session
+ * gives exactly the bytes of the host API above. */
+
+/* Result codes of the session functions (and of every front end built on
+ * them). Every refusal leaves the caller's frame, and the session, as they
+ * were. */
+enum {
+  QLSBP_OK = 0,
+  QLSBP_ERR_ARGUMENT = -1,       /* null pointer, bad option, stride or plane */
+  QLSBP_ERR_LAYOUT = -2,         /* unknown layout code, or not the session's */
+  QLSBP_ERR_SIZE_MISMATCH = -3,  /* frame size is not the session's */
+  QLSBP_ERR_TOO_LARGE = -4,      /* frame above QLSBP_MAX_FRAME_PIXELS */
+  QLSBP_ERR_BUSY = -5,           /* another call is inside this session */
+  QLSBP_ERR_NO_MEMORY = -6       /* memory or threads could not be had */
+};
+
+/* The largest frame, in luma pixels (width * height), that the library
+ * accepts: 2^27, e.g. 16384 x 8192. The host API's set-up, the sessions and
+ * the command-line tool all refuse larger frames. */
+#define QLSBP_MAX_FRAME_PIXELS 134217728
+
+/* Engines (the `engine` option). Both give identical bytes; the reference
+ * engine is the plain, specified execution kept for comparison. */
+enum { QLSBP_ENGINE_FAST = 0, QLSBP_ENGINE_REFERENCE = 1 };
+
+/* Options of a session. Fill with qlsbp_session_options_init() and change
+ * what you need: the record can grow at its end, and `size` tells the
+ * library which fields the caller knows. */
+typedef struct qlsbp_session_options {
+  int size;        /* sizeof(qlsbp_session_options), set by _init */
+  int workers;     /* 0: threads started and joined inside every call;
+                      N > 0: N persistent workers parked between frames.
+                      Default: the number of online processors. */
+  int engine;      /* QLSBP_ENGINE_FAST (default) or QLSBP_ENGINE_REFERENCE */
+  int clean_edges; /* 0 (default): the exact focus mask of the host API;
+                      1: a mask clamped to 0..1024 with no border seams */
+} qlsbp_session_options;
+
+typedef struct qlsbp_session qlsbp_session;
+
+/* Fills *options with the defaults. */
+QLSBP_API void qlsbp_session_options_init(qlsbp_session_options* options);
+
+/* Opens a session for frames of image->format, ->width and ->height (the
+ * only fields read). options may be null for the defaults. On success
+ * *session holds the new session and QLSBP_OK is returned; otherwise
+ * *session is set to null (when session itself is not null). */
+QLSBP_API int qlsbp_session_open(qlsbp_session** session, const QL_IMAGEINFO* image,
+                                 const qlsbp_session_options* options);
+
+/* Applies the effect to one frame in place: the same descriptor, parameters
+ * and in-place contract as sb_top_pv_processer. Returns QLSBP_OK (a level
+ * below 1 also returns QLSBP_OK and leaves the frame untouched) or a
+ * negative code, in which case neither the frame nor the session changed. */
+QLSBP_API int qlsbp_session_process(qlsbp_session* session, QL_IMAGEINFO* image,
+                                    const QL_BokehParam* param);
+
+/* Closes the session, joining its workers and freeing its memory. A null
+ * session is harmless. Must not be called while another thread is inside
+ * the session. */
+QLSBP_API void qlsbp_session_close(qlsbp_session* session);
+
+/* A readable text for a result code; never null. */
+QLSBP_API const char* qlsbp_strerror(int code);
+
 /* Logging hook.
  *
  * sb_top_pv_initial and sb_top_pv_processer log fixed banners (each text

@@ -13,9 +13,13 @@
 #include <new>
 
 #include "api/frame_param.h"
+#include "engine/reference/reference_engine.h"
+#include "processor/frame_state.h"
 #include "ql_single_bokeh_preview.h"
+#include "qlsbp/mask.h"
 #include "qlsbp/packing.h"
 #include "qlsbp/sb_data.h"
+#include "threads/executor.h"
 
 struct qlsbp_session {
   int format;
@@ -32,6 +36,12 @@ namespace {
 int online_processors() {
   const long n = sysconf(_SC_NPROCESSORS_ONLN);
   return n >= 1 && n <= 1024 ? static_cast<int>(n) : 1;
+}
+
+// The exact mask unless the session asked for clean edges: the exact one is
+// what the host API has always blended with, byte for byte.
+MaskBuilder session_mask_builder(const qlsbp_session_options& options) {
+  return options.clean_edges != 0 ? gen_ellipse4_clean : gen_ellipse4;
 }
 
 bool known_layout(int code) { return code == 2 || code == 3 || code == 4; }
@@ -136,9 +146,14 @@ int qlsbp_session_process(qlsbp_session* session, QL_IMAGEINFO* image, const QL_
     even.width &= ~1;
     even.height &= ~1;
     img_move_stride(&even, session->buffer);
-    session->processor->DataProcessor(session->buffer, session->buffer, even.height, even.width,
-                                      even.stride[0], even.format, reinterpret_cast<int*>(&frame),
-                                      factor);
+    // DataProcessor's steps, with the session's mask builder.
+    SBData* d = session->processor;
+    if (frame_state_update(d, session->buffer, session->buffer, even.height, even.width,
+                           even.format, reinterpret_cast<int*>(&frame), factor,
+                           session_mask_builder(session->options)) == kFrameRunEngine) {
+      qlsbp::PerCallExecutor threads;
+      reference_engine_run(d, session->buffer, even.format, threads);
+    }
     img_add_stride(&even, session->buffer);
   }
   session->busy.store(false, std::memory_order_release);

@@ -4,7 +4,7 @@
 # so that no registry in the home folder is read or written.
 if(NOT TARGET gstbokehpreview)
   add_test(NAME gst.unavailable
-           COMMAND sh -c "echo 'GStreamer development files were not found: the bokehpreview element is not built'; exit 77")
+           COMMAND sh -c "echo 'bokehpreview is not built (QLSBP_BUILD_GST=OFF, a cross build, or no GStreamer development files)'; exit 77")
   set_tests_properties(gst.unavailable PROPERTIES LABELS gst SKIP_RETURN_CODE 77)
   return()
 endif()

@@ -19,17 +19,8 @@
 #include "qlsbp/mask.h"
 #include "qlsbp/packing.h"
 #include "qlsbp/sb_data.h"
+#include "session/session_internal.h"
 #include "threads/executor.h"
-
-struct qlsbp_session {
-  int format;
-  int width;  // as opened; the even part is what the processor is made for
-  int height;
-  qlsbp_session_options options;
-  SBData* processor;
-  unsigned char* buffer;
-  std::atomic<bool> busy;
-};
 
 namespace {
 
@@ -164,6 +155,7 @@ void qlsbp_session_close(qlsbp_session* session) {
   if (session == nullptr) return;
   delete session->processor;
   free(session->buffer);
+  free(session->camera_copy);
   delete session;
 }
 
@@ -183,6 +175,8 @@ const char* qlsbp_strerror(int code) {
       return "session is busy with another call";
     case QLSBP_ERR_NO_MEMORY:
       return "out of memory";
+    case QLSBP_NEEDS_COPY:
+      return "frame has no in-place layout: it goes through a copy";
     default:
       return "unknown result code";
   }

@@ -21,7 +21,7 @@ if(TARGET qlsbp_java AND QLSBP_SANITIZE STREQUAL "")
   get_target_property(QLSBP_JAVA_TESTS_JAR qlsbp_java_tests JAR_FILE)
   add_test(NAME java_bokeh_session
     COMMAND ${Java_JAVA_EXECUTABLE}
-      -Djava.library.path=$<TARGET_FILE_DIR:ql_single_bokeh_preview_jni>:$<TARGET_FILE_DIR:qlsbp_dense_reference_jni>
+      -Djava.library.path=$<TARGET_FILE_DIR:ql_single_bokeh_preview>:$<TARGET_FILE_DIR:ql_single_bokeh_preview_jni>:$<TARGET_FILE_DIR:qlsbp_dense_reference_jni>
       -cp ${QLSBP_JAVA_JAR}:${QLSBP_JAVA_TESTS_JAR}
       org.qlsbp.tests.BokehSessionTest)
   set_tests_properties(java_bokeh_session PROPERTIES LABELS java TIMEOUT 300)

@@ -24,7 +24,10 @@ public final class BokehSession implements AutoCloseable {
   /** Separate chroma planes (I420 or YV12 in memory). */
   public static final int LAYOUT_PLANAR = 3;
 
+  // The library first, so that no platform has to find it as a dependency of
+  // the JNI library by itself.
   static {
+    System.loadLibrary("ql_single_bokeh_preview");
     System.loadLibrary("ql_single_bokeh_preview_jni");
   }
 

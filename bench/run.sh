@@ -16,7 +16,7 @@ reps=${QLSBP_BENCH_REPETITIONS:-3}
 
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DQLSBP_BUILD_BENCH=ON \
   -DQLSBP_BUILD_TESTS=OFF -DQLSBP_BUILD_TOOLS=OFF >/dev/null
-cmake --build "$build" --target qlsbp_bench -j2
+cmake --build "$build" --target qlsbp_bench -j2 >&2
 
 out=$build/bench-results.json
 "$build/bench/qlsbp_bench" --benchmark_min_time="$min_time" --benchmark_repetitions="$reps" \

@@ -114,10 +114,11 @@ void horizontal_border_span(uint8_t* img, const uint8_t* tmp, int height, int wi
   int index[kBorderLine];
   uint8_t line[kBorderLine];
   for (int j = 0; j < len; ++j) index[j] = gauss_mirror(a - r + j, width);
+  const GaussHorizontalRowFn row_kernel = gauss_horizontal_row_pick();
   for (int y = 0; y < height; ++y) {
     const uint8_t* row = tmp + static_cast<ptrdiff_t>(y) * width;
     for (int j = 0; j < len; ++j) line[j] = row[index[j]];
-    gauss_horizontal_row(img + static_cast<ptrdiff_t>(y) * width + a, line, kernel, ksize, b - a);
+    row_kernel(img + static_cast<ptrdiff_t>(y) * width + a, line, kernel, ksize, b - a);
   }
 }
 

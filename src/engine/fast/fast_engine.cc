@@ -70,18 +70,21 @@ struct Group {
   size_t offset1, offset2;    // of the group's first chunk, band in the scratch
 };
 
+// At most 64 workers are assumed; each group gets at most its share of
+// workers x kPiecesPerWorker pieces plus one for rounding.
+constexpr int kMaxWorkers = 64;
+constexpr int kMaxPieces = 3 * (kMaxWorkers * kPiecesPerWorker + 1);
+
 struct Frame {
   Plane planes[3];
   Group groups[3];
   int group_count;
   uint8_t* scratch;
   // Piece index -> group and piece within it, for the executor's flat index.
-  int piece_group[3 * 64 * kPiecesPerWorker];
-  int piece_local[3 * 64 * kPiecesPerWorker];
+  int piece_group[kMaxPieces];
+  int piece_local[kMaxPieces];
   int piece_count;
 };
-
-constexpr int kMaxPieces = 3 * 64 * kPiecesPerWorker;
 
 // Blended pixels of row y of a plane: whole blocks of eight in dense order.
 int blended_in_row(const Plane& p, int y) {
@@ -415,7 +418,7 @@ int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex) {
 
   int workers = ex.concurrency();
   if (workers < 1) workers = 1;
-  if (workers > 64) workers = 64;
+  if (workers > kMaxWorkers) workers = kMaxWorkers;
   const int total = workers * kPiecesPerWorker;
   size_t bytes1 = 0, bytes2 = 0;
   plan_pieces(fr, total, false, &bytes1);

@@ -276,10 +276,24 @@ RgbPicture output_picture(const Frame& frame, const Input& in, int max_width) {
   return limit_width(picture, max_width);
 }
 
+// The encoders report a failed write in their own words ("Write Error");
+// when the stream itself failed, say so with the system's reason.
+bool with_write_reason(bool ok, OutputFile* out, std::string* error) {
+  if (!ok && std::ferror(out->file())) {
+    const int saved = errno;
+    *error = "cannot write " + (out->is_stdout() ? std::string("standard output") : out->path()) +
+             ": " + std::strerror(saved != 0 ? saved : EIO);
+  }
+  return ok;
+}
+
 bool write_picture(OutputFile* out, OutputKind kind, const RgbPicture& picture,
                    std::string* error) {
-  return kind == OutputKind::kJpeg ? write_jpeg(out->file(), picture, kJpegQuality, error)
-                                   : write_png(out->file(), picture, error);
+  errno = 0;
+  return with_write_reason(kind == OutputKind::kJpeg
+                               ? write_jpeg(out->file(), picture, kJpegQuality, error)
+                               : write_png(out->file(), picture, error),
+                           out, error);
 }
 
 bool write_bytes(OutputFile* out, const void* data, size_t size, std::string* error) {
@@ -431,7 +445,10 @@ int run_mask(const Options& o, Input* in, const QL_BokehParam& param, OutputFile
   std::vector<uint8_t> grey(static_cast<size_t>(picture.width) * picture.height);
   for (size_t i = 0; i < grey.size(); ++i) grey[i] = picture.rgb[3 * i];
   std::string error;
-  if (!write_grey_png(out->file(), grey.data(), picture.width, picture.height, &error) ||
+  errno = 0;
+  if (!with_write_reason(
+          write_grey_png(out->file(), grey.data(), picture.width, picture.height, &error), out,
+          &error) ||
       !out->commit(&error)) {
     return fail(kExitFailure, error);
   }
@@ -501,8 +518,8 @@ int run_process(const Options& o, Input* in, PreviewSession* session, const QL_B
       // Only picture input gets here (checked with the options).
       const std::vector<RgbPicture> parts = {in->picture, mask_picture(param, *in),
                                              output_picture(frame, *in, 0)};
-      if (!write_png(compare->file(), limit_width(side_by_side(parts, kGap), o.max_width),
-                     &error)) {
+      if (!write_picture(compare, OutputKind::kPng,
+                         limit_width(side_by_side(parts, kGap), o.max_width), &error)) {
         progress.finish();
         return fail(kExitFailure, error);
       }

@@ -17,7 +17,8 @@ if(QLSBP_WITH_ANDROID_LOG AND NOT ANDROID)
   # The Debian liblog lives outside the loader's search path.
   set_property(TARGET ql_single_bokeh_preview PROPERTY INSTALL_RPATH_USE_LINK_PATH ON)
   get_filename_component(_qlsbp_log_dir "${QLSBP_ANDROID_LOG_LIBRARY}" DIRECTORY)
-  set(QLSBP_PC_LOG_LIBS "-L${_qlsbp_log_dir} -llog")
+  # ... so static hosts are linked with a run path to it as well.
+  set(QLSBP_PC_LOG_LIBS "-L${_qlsbp_log_dir} -Wl,-rpath,${_qlsbp_log_dir} -llog")
 elseif(ANDROID)
   set(QLSBP_PC_LOG_LIBS "-llog")
 else()

@@ -132,8 +132,8 @@ QLSBP_API int sb_top_pv_deinit(void);
  * is used by one thread at a time; a qlsbp_session_process that enters a
  * session while another is inside it is refused with QLSBP_ERR_BUSY.
  * Sessions share no state but read-only tables. For the same sequence of
- * accepted frames a session gives exactly the bytes of the host API above,
- * whatever its workers.
+ * accepted frames a session gives exactly the bytes of the host API above
+ * (with clean_edges 0), whatever its workers.
  *
  * Workers. With workers = 0 a frame starts its threads and joins them
  * before returning, as the host API does: nothing lives between frames, at
@@ -226,6 +226,84 @@ QLSBP_API void qlsbp_session_close(qlsbp_session* session);
 
 /* A readable text for a result code; never null. */
 QLSBP_API const char* qlsbp_strerror(int code);
+
+/* ---- Camera frames in YUV_420_888 -------------------------------------------
+ *
+ * Android cameras hand out 4:2:0 frames as three planes, each with its own
+ * row stride, the two chroma planes sharing one pixel stride (YUV_420_888).
+ * Depending on the device the chroma is interleaved (pixel stride 2, the U and
+ * V planes one byte apart: NV12 or NV21 in memory) or planar (pixel stride 1:
+ * I420 or YV12). The functions below take such a frame as it comes.
+ *
+ * The two chroma planes of a 4:2:0 frame are processed alike (same mask, same
+ * blur, at the same size), so the order in which a frame stores them does not
+ * change the result: NV12 and NV21, or I420 and YV12, holding the same
+ * samples give the same bytes once processed. For sizes whose chroma planes
+ * have an odd side (width or height not a multiple of 4) the library does not
+ * promise that, so such frames are never handed over in place. */
+
+/* Result of qlsbp_map_yuv420_888 for a valid frame that has no in-place
+ * descriptor: it must go through a dense copy (which
+ * qlsbp_session_process_yuv420_888 does by itself). Positive: not an error. */
+#define QLSBP_NEEDS_COPY 1
+
+/* One YUV_420_888 frame: what android.media.Image and its three planes
+ * report. Luma samples have pixel stride 1; chroma planes hold
+ * (height / 2) rows of (width / 2) samples, sample c of row r at
+ * plane + r * row_stride + c * chroma_pixel_stride. Strides are positive. */
+typedef struct qlsbp_yuv420_888 {
+  int width;  /* even, at least 2 */
+  int height; /* even, at least 2 */
+  unsigned char* y;
+  unsigned char* u;
+  unsigned char* v;
+  int y_row_stride;        /* at least width */
+  int u_row_stride;        /* at least (width / 2 - 1) * chroma_pixel_stride + 1 */
+  int v_row_stride;        /* likewise */
+  int chroma_pixel_stride; /* at least 1; the same for u and v */
+} qlsbp_yuv420_888;
+
+/* Describes a YUV_420_888 frame with the library's own descriptor, without
+ * copying, when its memory already has one of the library's layouts.
+ *
+ * Returns:
+ * - QLSBP_OK, *out filled (plane[3] and stride[3] zero):
+ *   - interleaved chroma (pixel stride 2, equal chroma row strides of at
+ *     least width, v == u + 1 or u == v + 1): layout 2
+ *     (QL_FORMAT_YUV420_SEMIPLANAR), plane[1] the lower of u and v;
+ *   - planar chroma (pixel stride 1, equal chroma row strides): layout 3
+ *     (QL_FORMAT_YUV420_PLANAR), plane[1] = v and plane[2] = u.
+ * - QLSBP_NEEDS_COPY for a valid frame with no such description: unequal
+ *   chroma row strides; pixel stride 2 with planes not one byte apart (or
+ *   chroma rows shorter than width); a pixel stride above 2; planar chroma
+ *   with unpadded luma (y_row_stride == width) but padded chroma
+ *   (row stride != width / 2), whose luma the layout-3 write-back leaves
+ *   unchanged; width or height not a multiple of 4. *out is not written.
+ * - QLSBP_ERR_ARGUMENT: out or in null, a null plane, width or height odd
+ *   or below 2, a stride below its minimum above. *out is not written.
+ * - QLSBP_ERR_TOO_LARGE: width * height above QLSBP_MAX_FRAME_PIXELS. */
+QLSBP_API int qlsbp_map_yuv420_888(QL_IMAGEINFO* out, const qlsbp_yuv420_888* in);
+
+/* Applies the effect to a YUV_420_888 frame in place, whatever its strides.
+ *
+ * Accepted by sessions opened for layout 2 or 3 (QLSBP_ERR_LAYOUT from a
+ * layout-4 session) with the frame's width and height
+ * (QLSBP_ERR_SIZE_MISMATCH otherwise). A frame that qlsbp_map_yuv420_888
+ * maps to the session's layout is processed in place through
+ * qlsbp_session_process. Any other valid frame is copied into a dense frame
+ * of the session's layout held by the session (allocated at the first such
+ * frame, kept until close; V before U: NV21 for layout 2, YV12 for
+ * layout 3), processed, and copied back sample by sample; row padding and the
+ * bytes between interleaved samples are never written. Either way the bytes
+ * are those of the same samples given to qlsbp_session_process as a dense
+ * NV21 (layout 2) or YV12 (layout 3) frame.
+ *
+ * Returns QLSBP_OK, or a negative code (the frame is then unchanged):
+ * the codes of qlsbp_map_yuv420_888 and qlsbp_session_process, and
+ * QLSBP_ERR_NO_MEMORY when the copy cannot be allocated. */
+QLSBP_API int qlsbp_session_process_yuv420_888(qlsbp_session* session,
+                                               const qlsbp_yuv420_888* frame,
+                                               const QL_BokehParam* param);
 
 /* Logging hook.
  *

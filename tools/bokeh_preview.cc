@@ -327,19 +327,21 @@ int effect_params(const Options& o, const Input& in, QL_BokehParam* param) {
 
 // The focus mask the library builds for these parameters, made with the
 // same clamps and band width as its per-frame entry point.
-std::vector<uint16_t> focus_mask(const QL_BokehParam& p, int width, int height) {
+std::vector<uint16_t> focus_mask(const QL_BokehParam& p, int width, int height, bool clean) {
   const int row = std::min(p.focusRow, height - 1);
   const int col = std::min(p.focusCol, width - 1);
   const int axis_rows = std::min(p.axisRows, height >> 1);
   const int axis_cols = std::min(p.axisCols, width >> 1);
   const int band = p.strength * (std::min(width, height) / 50);
   std::vector<uint16_t> mask(static_cast<size_t>(width) * height, 0);
-  gen_ellipse4(mask.data(), row, col, axis_rows, axis_cols, band, height, width);
+  (clean ? gen_ellipse4_clean : gen_ellipse4)(mask.data(), row, col, axis_rows, axis_cols, band,
+                                              height, width);
   return mask;
 }
 
-RgbPicture mask_picture(const QL_BokehParam& p, const Input& in) {
-  RgbPicture picture = mask_to_picture(focus_mask(p, in.width, in.height), in.width, in.height);
+RgbPicture mask_picture(const QL_BokehParam& p, const Input& in, bool clean) {
+  RgbPicture picture =
+      mask_to_picture(focus_mask(p, in.width, in.height, clean), in.width, in.height);
   if (in.kind == InputKind::kStill) {
     picture = crop_picture(picture, in.picture.width, in.picture.height);
   }
@@ -396,7 +398,7 @@ std::string shown_path(const OutputFile& out) {
 // ---- Modes --------------------------------------------------------------------
 
 int run_mask(const Options& o, Input* in, const QL_BokehParam& param, OutputFile* out) {
-  RgbPicture picture = limit_width(mask_picture(param, *in), o.max_width);
+  RgbPicture picture = limit_width(mask_picture(param, *in, o.clean_edges), o.max_width);
   std::vector<uint8_t> grey(static_cast<size_t>(picture.width) * picture.height);
   for (size_t i = 0; i < grey.size(); ++i) grey[i] = picture.rgb[3 * i];
   std::string error;
@@ -415,7 +417,7 @@ int run_levels(const Options& o, Input* in, const QL_BokehParam& param, OutputKi
   if (read_frame(in, &frame, &message) != ReadStatus::kFrame) {
     return fail(kExitFailure, message.empty() ? in->name + " holds no frame" : message);
   }
-  HostSession session(in->layout, in->width, in->height, o.pad);
+  HostSession session(in->layout, in->width, in->height, o.pad, o.clean_edges);
   std::vector<RgbPicture> sheet;
   for (int level = 1; level <= 7; ++level) {
     Frame copy = frame;
@@ -435,7 +437,7 @@ int run_levels(const Options& o, Input* in, const QL_BokehParam& param, OutputKi
 
 int run_process(const Options& o, Input* in, const QL_BokehParam& param, OutputKind kind,
                 OutputFile* out, OutputFile* compare) {
-  HostSession session(in->layout, in->width, in->height, o.pad);
+  HostSession session(in->layout, in->width, in->height, o.pad, o.clean_edges);
   FrameSink sink(out, kind, in, o.max_width);
   Progress progress(!o.quiet && in->kind != InputKind::kStill && isatty(2), in->frames_expected);
   std::vector<double> times;
@@ -457,7 +459,7 @@ int run_process(const Options& o, Input* in, const QL_BokehParam& param, OutputK
     }
     if (compare->file()) {
       // Only picture input gets here (checked with the options).
-      const std::vector<RgbPicture> parts = {in->picture, mask_picture(param, *in),
+      const std::vector<RgbPicture> parts = {in->picture, mask_picture(param, *in, o.clean_edges),
                                              output_picture(frame, *in, 0)};
       if (!write_png(compare->file(), limit_width(side_by_side(parts, kGap), o.max_width),
                      &error)) {

@@ -68,7 +68,7 @@ void copy_rows(uint8_t* padded, uint8_t* dense, Layout layout, int width, int he
 
 }  // namespace
 
-HostSession::HostSession(Layout layout, int width, int height, int pad)
+HostSession::HostSession(Layout layout, int width, int height, int pad, bool clean_edges)
     : layout_(layout), width_(width), height_(height), pad_(pad) {
   if (pad_ > 0) {
     // The padding bytes hold a pattern the frame never has, so that a
@@ -81,10 +81,25 @@ HostSession::HostSession(Layout layout, int width, int height, int pad)
   info.format = host_format_code(layout_);
   info.width = width_;
   info.height = height_;
+  if (clean_edges) {
+    // The tool has checked the frame size and layout already, so opening
+    // fails only without memory; frames then pass through unchanged.
+    qlsbp_session_options options;
+    qlsbp_session_options_init(&options);
+    options.clean_edges = 1;
+    qlsbp_session_open(&session_, &info, &options);
+    return;
+  }
   sb_top_pv_initial(&info);
 }
 
-HostSession::~HostSession() { sb_top_pv_deinit(); }
+HostSession::~HostSession() {
+  if (session_ != nullptr) {
+    qlsbp_session_close(session_);
+  } else {
+    sb_top_pv_deinit();
+  }
+}
 
 double HostSession::process(Frame* frame, const QL_BokehParam& param) {
   uint8_t* base = frame->data.data();
@@ -96,7 +111,11 @@ double HostSession::process(Frame* frame, const QL_BokehParam& param) {
   fill_image_info(&info, layout_, width_, height_, base, pad_);
   QL_BokehParam copy = param;  // the host API takes non-const pointers
   const auto start = std::chrono::steady_clock::now();
-  sb_top_pv_processer(&info, &copy);
+  if (session_ != nullptr) {
+    qlsbp_session_process(session_, &info, &copy);
+  } else {
+    sb_top_pv_processer(&info, &copy);
+  }
   const auto stop = std::chrono::steady_clock::now();
   if (pad_ > 0) {
     copy_rows(padded_.data(), frame->data.data(), layout_, width_, height_, pad_, false);

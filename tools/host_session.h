@@ -13,8 +13,10 @@
 class HostSession {
  public:
   // pad: extra bytes at the end of every row of every plane, as camera
-  // buffers often have; the result must not depend on it.
-  HostSession(Layout layout, int width, int height, int pad);
+  // buffers often have; the result must not depend on it. clean_edges: go
+  // through a library session with the clean focus mask instead of the host
+  // API (whose exact mask is the default).
+  HostSession(Layout layout, int width, int height, int pad, bool clean_edges = false);
   ~HostSession();
   HostSession(const HostSession&) = delete;
   HostSession& operator=(const HostSession&) = delete;
@@ -28,7 +30,8 @@ class HostSession {
   int width_;
   int height_;
   int pad_;
-  std::vector<uint8_t> padded_;  // strided copy of the frame when pad_ > 0
+  qlsbp_session* session_ = nullptr;  // only with clean_edges
+  std::vector<uint8_t> padded_;       // strided copy of the frame when pad_ > 0
 };
 
 // The library's layout code for a tool layout.

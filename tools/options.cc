@@ -60,6 +60,12 @@ void print_usage(FILE* out) {
       "                          (default output levels.png)\n"
       "      --mask              write the focus mask as a grey PNG (default mask.png)\n"
       "      --max-width N       shrink picture outputs to at most N pixels wide\n"
+      "      --clean-edges       use the clean focus mask (a library session with\n"
+      "                          clean_edges): weights clamped to 0..1024 and no\n"
+      "                          seams where the focus region crosses a border. The\n"
+      "                          default is the host API's exact mask, which cameras\n"
+      "                          get byte for byte; it speckles or cuts the sharp\n"
+      "                          region at the side borders\n"
       "  -q, --quiet             no progress bar and no summary\n"
       "  -h, --help              this text\n"
       "      --version           tool and library version\n"
@@ -191,6 +197,8 @@ bool parse_options(int argc, char** argv, Options* o, std::string* error) {
       o->version = true;
     } else if (arg == "-q" || arg == "--quiet") {
       o->quiet = true;
+    } else if (arg == "--clean-edges") {
+      o->clean_edges = true;
     } else if (arg == "--levels" || arg == "--mask") {
       const Mode mode = arg == "--levels" ? Mode::kLevels : Mode::kMask;
       if (o->mode != Mode::kProcess && o->mode != mode) {

@@ -36,6 +36,7 @@ struct Options {
   int pad = 0;
   int max_width = 0;  // 0: pictures keep their size
   bool quiet = false;
+  bool clean_edges = false;  // the clean focus mask, through a library session
   Mode mode = Mode::kProcess;
   bool help = false;
   bool version = false;

@@ -15,7 +15,7 @@
 // inside the library is refused (it passes through) rather than waited for,
 // so that a camera thread is never blocked; set-up and tear-down wait for a
 // call in flight, so the session is never freed under a running frame.
-#include "session/session.h"
+#include "session/session_internal.h"
 
 #include <atomic>
 #include <condition_variable>

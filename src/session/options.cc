@@ -1,7 +1,7 @@
 // Session options, the frame-size limit and result texts.
 #include <cstdint>
 
-#include "session/session.h"
+#include "session/session_internal.h"
 #include "threads/executor.h"
 
 namespace {
@@ -62,6 +62,8 @@ const char* qlsbp_strerror(int code) {
       return "session is busy with another call";
     case QLSBP_ERR_NO_MEMORY:
       return "out of memory or threads";
+    case QLSBP_NEEDS_COPY:
+      return "frame has no in-place layout: it goes through a copy";
     default:
       return "unknown result code";
   }

@@ -6,14 +6,13 @@
 // refused frame changes neither the caller's planes nor the session's
 // frame-to-frame state. An accepted frame then takes exactly the host API's
 // path: pack, process, unpack.
-#include "session/session.h"
-
 #include <cstdint>
 #include <cstdlib>
 #include <new>
 
 #include "api/frame_param.h"
 #include "qlsbp/packing.h"
+#include "session/session_internal.h"
 
 namespace {
 
@@ -63,6 +62,8 @@ int session_create(qlsbp_session** out, int format, int width, int height,
   s->height = height;
   s->options = options;
   s->busy.store(false);
+  s->camera_copy = nullptr;
+  s->camera_copy_busy.store(false);
   s->engine = session_engine(options.engine);
   s->mask_builder = session_mask_builder(options.clean_edges);
   s->buffer_bytes = buffer_bytes(format, rows, cols);
@@ -87,6 +88,7 @@ void session_destroy(qlsbp_session* s) {
   s->executor.reset();  // joins persistent workers
   delete s->processor;
   free(s->buffer);
+  free(s->camera_copy);
   delete s;
 }
 

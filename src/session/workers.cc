@@ -5,7 +5,7 @@
 
 #include "engine/reference/reference_engine.h"
 #include "qlsbp/mask.h"
-#include "session/session.h"
+#include "session/session_internal.h"
 #include "threads/worker_pool.h"
 
 std::unique_ptr<qlsbp::Executor> session_make_executor(int workers) {
@@ -27,7 +27,7 @@ EngineRun session_engine(int engine) {
 }
 
 MaskBuilder session_mask_builder(int clean_edges) {
-  // For now both settings draw the host API's exact mask.
-  (void)clean_edges;
-  return gen_ellipse4;
+  // The exact mask unless the session asked for clean edges: the exact one is
+  // what the host API has always blended with, byte for byte.
+  return clean_edges != 0 ? gen_ellipse4_clean : gen_ellipse4;
 }

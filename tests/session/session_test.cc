@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "session/session.h"
+#include "session/session_internal.h"
 #include "session_frames.h"
 
 namespace {

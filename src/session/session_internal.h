@@ -3,9 +3,10 @@
 // with. The public functions (session.cc) check a frame completely before
 // they run it; the host entry points (src/api) run their one process-wide
 // session with their own, long-standing, checks. Both end in
-// session_run_frame.
-#ifndef QLSBP_SESSION_SESSION_H_
-#define QLSBP_SESSION_SESSION_H_
+// session_run_frame. The camera-frame front end (yuv420_888.cc) keeps its
+// copy buffer in the session too.
+#ifndef QLSBP_SESSION_SESSION_INTERNAL_H_
+#define QLSBP_SESSION_SESSION_INTERNAL_H_
 
 #include <atomic>
 #include <cstddef>
@@ -32,6 +33,11 @@ struct qlsbp_session {
   EngineRun engine;
   MaskBuilder mask_builder;
   std::atomic<bool> busy;
+  // Dense frame of the session's layout for camera frames that cannot be
+  // handed over in place; allocated at the first such frame, freed by close.
+  unsigned char* camera_copy;
+  // Held while a camera frame is copied in, processed and copied back.
+  std::atomic<bool> camera_copy_busy;
 };
 
 // Options as the library reads them: the caller's record (null for the
@@ -66,4 +72,4 @@ void session_destroy(qlsbp_session* s);
 // host API has always done with a frame, packing refusals included.
 void session_run_frame(qlsbp_session* s, QL_IMAGEINFO* even, SBFrameParam* frame, float factor);
 
-#endif  // QLSBP_SESSION_SESSION_H_
+#endif  // QLSBP_SESSION_SESSION_INTERNAL_H_

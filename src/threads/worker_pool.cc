@@ -1,15 +1,17 @@
 #include "threads/worker_pool.h"
 
 #include <algorithm>
+#include <new>
 
 namespace qlsbp {
 
 WorkerPool::WorkerPool(int workers) {
-  threads_.reserve(workers > 0 ? static_cast<size_t>(workers) : 0);
-  for (int i = 0; i < workers; ++i) {
-    pthread_t t;
-    if (pthread_create(&t, nullptr, worker_entry, this) != 0) break;
-    threads_.push_back(t);
+  if (workers <= 0) return;
+  threads_.reset(new (std::nothrow) pthread_t[static_cast<size_t>(workers)]);
+  if (threads_ == nullptr) return;
+  while (started_ < workers &&
+         pthread_create(&threads_[started_], nullptr, worker_entry, this) == 0) {
+    ++started_;
   }
 }
 
@@ -19,7 +21,7 @@ WorkerPool::~WorkerPool() {
     stopping_ = true;
   }
   changed_.notify_all();
-  for (pthread_t t : threads_) pthread_join(t, nullptr);
+  for (int i = 0; i < started_; ++i) pthread_join(threads_[i], nullptr);
 }
 
 void* WorkerPool::worker_entry(void* self) {
@@ -65,7 +67,7 @@ void WorkerPool::run(int count, void (*fn)(void* ctx, int index), void* ctx) {
   Batch batch{fn, ctx, count, 0, 0};
   std::unique_lock<std::mutex> lock(mutex_);
   queue_.push_back(&batch);
-  if (!threads_.empty()) changed_.notify_all();
+  if (started_ > 0) changed_.notify_all();
   while (batch.done < batch.count) {
     int index = 0;
     Batch* b = take(&batch, &index);

@@ -12,6 +12,7 @@
 #include <pthread.h>
 
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -32,7 +33,7 @@ class WorkerPool final : public Executor {
 
   void run(int count, void (*fn)(void* ctx, int index), void* ctx) override;
   int concurrency() const override { return started() + 1; }
-  int started() const { return static_cast<int>(threads_.size()); }
+  int started() const { return started_; }
 
  private:
   struct Batch {
@@ -57,7 +58,10 @@ class WorkerPool final : public Executor {
   std::condition_variable changed_;
   std::vector<Batch*> queue_;  // batches that still have untaken tasks
   bool stopping_ = false;
-  std::vector<pthread_t> threads_;
+  // A plain array: a std::vector of handles would export its template
+  // instances from the shared library.
+  std::unique_ptr<pthread_t[]> threads_;
+  int started_ = 0;
 };
 
 }  // namespace qlsbp

@@ -1,14 +1,21 @@
 #include "engine/reference/reference_engine.h"
 
-#include "qlsbp/blur.h"
+#include "blur/build_blur.h"
 #include "qlsbp/convert.h"
 
 namespace {
 
 enum Layout { kSemiPlanar420 = 2, kPlanar420 = 3, kPacked422 = 4 };
 
+// A plane task runs its filter strips on the executor that runs the tasks.
+struct PlaneBatch {
+  SBPlaneTask* tasks;
+  qlsbp::Executor* executor;
+};
+
 void run_plane_task(void* ctx, int index) {
-  build_blur_image2(static_cast<SBPlaneTask*>(ctx) + index);
+  const PlaneBatch* b = static_cast<const PlaneBatch*>(ctx);
+  build_blur_plane(b->tasks + index, *b->executor);
 }
 
 }  // namespace
@@ -28,7 +35,8 @@ int reference_engine_run(SBData* d, unsigned char* dst, int format, qlsbp::Execu
 
   // Luma, first chroma, second chroma; each writes only its own plane of
   // planarOut, its own quarter-size scratch and its own arena view.
-  executor.run(3, run_plane_task, d->task);
+  PlaneBatch batch{d->task, &executor};
+  executor.run(3, run_plane_task, &batch);
 
   switch (format) {
     case kPacked422:

@@ -15,21 +15,30 @@
 // inside the library is refused (it passes through) rather than waited for,
 // so that a camera thread is never blocked; set-up and tear-down wait for a
 // call in flight, so the session is never freed under a running frame.
-#include "session/session_internal.h"
-
 #include <atomic>
 #include <condition_variable>
+#include <cstdlib>
+#include <cstring>
 #include <mutex>
 
 #include "api/frame_param.h"
 #include "api/log.h"
 #include "ql_single_bokeh_preview.h"
 #include "qlsbp/sb_data.h"
+#include "session/session_internal.h"
 
 SBData* pData = nullptr;
 unsigned char* idat_pv = nullptr;
 
 namespace {
+
+// The host API runs the fast engine unless the environment asks for the
+// reference one (QLSBP_ENGINE=reference), read when the session opens.
+int host_engine() {
+  const char* name = getenv("QLSBP_ENGINE");
+  return name != nullptr && strcmp(name, "reference") == 0 ? QLSBP_ENGINE_REFERENCE
+                                                           : QLSBP_ENGINE_FAST;
+}
 
 qlsbp_session* g_session = nullptr;
 
@@ -89,7 +98,7 @@ int sb_top_pv_initial(__tag_QL_IMAGEINFO* image) {
     qlsbp_session_options options;
     qlsbp_session_options_init(&options);
     options.workers = 0;
-    options.engine = QLSBP_ENGINE_REFERENCE;
+    options.engine = host_engine();
     options.clean_edges = 0;
     if (session_create(&g_session, image->format, image->width, image->height, options) ==
         QLSBP_OK) {

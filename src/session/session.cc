@@ -93,13 +93,7 @@ void session_destroy(qlsbp_session* s) {
 }
 
 void session_run_frame(qlsbp_session* s, QL_IMAGEINFO* even, SBFrameParam* frame, float factor) {
-  img_move_stride(even, s->buffer);
-  // The state step reads the record as its eleven integers in order.
-  const FrameStep step =
-      frame_state_update(s->processor, s->buffer, s->buffer, even->height, even->width,
-                         even->format, reinterpret_cast<int*>(frame), factor, s->mask_builder);
-  if (step == kFrameRunEngine) s->engine(s->processor, s->buffer, even->format, *s->executor);
-  img_add_stride(even, s->buffer);
+  s->engine(s, even, frame, factor);
 }
 
 int qlsbp_session_open(qlsbp_session** session, const QL_IMAGEINFO* image,

@@ -17,9 +17,11 @@
 #include "qlsbp/sb_data.h"
 #include "threads/executor.h"
 
-// The pixel work of one frame after the state step (reference_engine_run's
-// signature).
-using EngineRun = int (*)(SBData* d, unsigned char* dst, int format, qlsbp::Executor& executor);
+struct qlsbp_session;
+
+// One accepted frame through a session's engine: the state step and the
+// pixel work. `even` is the caller's frame cut to its even part.
+using EngineRun = void (*)(qlsbp_session* s, QL_IMAGEINFO* even, SBFrameParam* frame, float factor);
 
 struct qlsbp_session {
   int format;  // layout code as opened
@@ -67,9 +69,14 @@ int session_create(qlsbp_session** out, int format, int width, int height,
 // Joins the workers and frees everything. Null is harmless.
 void session_destroy(qlsbp_session* s);
 
-// Packs `even` (the caller's frame cut to its even part) into the work
-// buffer, runs the state step and the engine, and unpacks: exactly what the
-// host API has always done with a frame, packing refusals included.
+// Runs one frame through the session's engine. Whatever the engine, the
+// caller's planes receive exactly what the host API has always given:
+// packing `even` into the work buffer, the state step, the reference pixel
+// work and unpacking, packing refusals included.
 void session_run_frame(qlsbp_session* s, QL_IMAGEINFO* even, SBFrameParam* frame, float factor);
+
+// The two engines (engines.cc).
+void session_run_reference(qlsbp_session* s, QL_IMAGEINFO* even, SBFrameParam* frame, float factor);
+void session_run_fast(qlsbp_session* s, QL_IMAGEINFO* even, SBFrameParam* frame, float factor);
 
 #endif  // QLSBP_SESSION_SESSION_INTERNAL_H_

@@ -3,7 +3,6 @@
 #include <memory>
 #include <new>
 
-#include "engine/reference/reference_engine.h"
 #include "qlsbp/mask.h"
 #include "session/session_internal.h"
 #include "threads/worker_pool.h"
@@ -20,10 +19,9 @@ std::unique_ptr<qlsbp::Executor> session_make_executor(int workers) {
 }
 
 EngineRun session_engine(int engine) {
-  // Both engines give the same bytes; for now both settings run the
-  // reference engine.
-  (void)engine;
-  return reference_engine_run;
+  // Both engines give the same bytes; the reference one is the plain
+  // execution kept for comparison and for hosts that ask for it.
+  return engine == QLSBP_ENGINE_REFERENCE ? session_run_reference : session_run_fast;
 }
 
 MaskBuilder session_mask_builder(int clean_edges) {

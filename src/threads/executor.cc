@@ -3,6 +3,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <vector>
 
 namespace qlsbp {
@@ -21,7 +22,39 @@ void* per_call_entry(void* arg) {
   return nullptr;
 }
 
+struct Team {
+  void (*fn)(void*, int);
+  void* ctx;
+  int count;
+  std::atomic<int> next;
+};
+
+void team_work(Team* team) {
+  for (int i = team->next.fetch_add(1); i < team->count; i = team->next.fetch_add(1)) {
+    team->fn(team->ctx, i);
+  }
+}
+
+void* team_entry(void* arg) {
+  team_work(static_cast<Team*>(arg));
+  return nullptr;
+}
+
 }  // namespace
+
+void ThreadTeamExecutor::run(int count, void (*fn)(void* ctx, int index), void* ctx) {
+  if (count <= 0) return;
+  Team team{fn, ctx, count, {0}};
+  const int helpers = (count < size_ ? count : size_) - 1;
+  std::vector<pthread_t> handles(static_cast<size_t>(helpers > 0 ? helpers : 0));
+  int started = 0;
+  // A thread that cannot be started leaves its share to the others.
+  while (started < helpers && pthread_create(&handles[started], nullptr, team_entry, &team) == 0) {
+    ++started;
+  }
+  team_work(&team);
+  for (int i = 0; i < started; ++i) pthread_join(handles[i], nullptr);
+}
 
 void PerCallExecutor::run(int count, void (*fn)(void* ctx, int index), void* ctx) {
   if (count <= 0) return;

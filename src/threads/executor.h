@@ -34,6 +34,21 @@ class PerCallExecutor final : public Executor {
   int concurrency() const override;
 };
 
+// A team of `size` threads for one call: the calling thread and size - 1
+// threads started inside run() and joined before it returns, all taking the
+// next task index until none is left. This is how the host API runs the
+// fast engine's pieces: its threads never outlive a call, yet it starts one
+// per processor rather than one per piece.
+class ThreadTeamExecutor final : public Executor {
+ public:
+  explicit ThreadTeamExecutor(int size) : size_(size < 1 ? 1 : size) {}
+  void run(int count, void (*fn)(void* ctx, int index), void* ctx) override;
+  int concurrency() const override { return size_; }
+
+ private:
+  int size_;
+};
+
 // Runs every task on the calling thread, one after the other.
 class SerialExecutor final : public Executor {
  public:

@@ -75,10 +75,12 @@ inline int thread_count() {
   return n;
 }
 
-inline qlsbp_session* open_session(int format, int w, int h, int workers) {
+inline qlsbp_session* open_session(int format, int w, int h, int workers,
+                                   int engine = QLSBP_ENGINE_FAST) {
   qlsbp_session_options o;
   qlsbp_session_options_init(&o);
   o.workers = workers;
+  o.engine = engine;
   QL_IMAGEINFO info{};
   info.format = format, info.width = w, info.height = h;
   qlsbp_session* s = nullptr;

@@ -4,6 +4,7 @@
 // change nothing, and no thread left behind.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <thread>
 #include <vector>
 
@@ -22,9 +23,10 @@ struct Stream {
 };
 
 // The frames of a stream after processing, frame by frame.
-std::vector<TestFrame> through_session(const Stream& st, int frames, int workers, uint32_t seed) {
+std::vector<TestFrame> through_session(const Stream& st, int frames, int workers, uint32_t seed,
+                                       int engine = QLSBP_ENGINE_FAST) {
   std::vector<TestFrame> out;
-  qlsbp_session* s = open_session(st.format, st.width, st.height, workers);
+  qlsbp_session* s = open_session(st.format, st.width, st.height, workers, engine);
   EXPECT_NE(nullptr, s);
   if (s == nullptr) return out;
   for (int f = 0; f < frames; ++f) {
@@ -77,6 +79,37 @@ TEST(SessionBytes, PersistentWorkersAndThreadsPerCallMatchTheHostApi) {
     for (int workers : {1, 2, 3, 5}) {
       expect_same(host, through_session(st, frames, workers, 11), "persistent workers");
     }
+  }
+}
+
+// Sizes whose half-resolution planes have even sides, so that the fast
+// engine does the work itself rather than handing the frame to the
+// reference engine, beside sizes it hands over.
+const Stream kEngineStreams[] = {
+    {QL_FORMAT_YUV420_SEMIPLANAR, 128, 96, 0},  {QL_FORMAT_YUV420_SEMIPLANAR, 200, 100, 7},
+    {QL_FORMAT_YUV420_PLANAR, 160, 120, 16},    {QL_FORMAT_YUV420_PLANAR, 96, 64, 0},
+    {QL_FORMAT_YUYV422, 96, 72, 8},             {QL_FORMAT_YUYV422, 100, 60, 0},
+    {QL_FORMAT_YUV420_SEMIPLANAR, 102, 66, 3},  {QL_FORMAT_YUV420_PLANAR, 81, 67, 5},
+    {QL_FORMAT_YUV420_SEMIPLANAR, 400, 304, 0},
+};
+
+TEST(SessionBytes, FastAndReferenceEnginesGiveTheSameBytes) {
+  for (const Stream& st : kEngineStreams) {
+    SCOPED_TRACE(testing::Message() << "layout " << st.format << " " << st.width << "x"
+                                    << st.height << " pad " << st.pad);
+    const int frames = 24;
+    const auto reference = through_session(st, frames, 0, 5, QLSBP_ENGINE_REFERENCE);
+    for (int workers : {0, 1, 3}) {
+      expect_same(reference, through_session(st, frames, workers, 5, QLSBP_ENGINE_FAST),
+                  "fast engine");
+    }
+    // The host API runs the fast engine unless QLSBP_ENGINE=reference was
+    // set when its session opened.
+    expect_same(reference, through_host(st, frames, 5), "host API, fast engine");
+    setenv("QLSBP_ENGINE", "reference", 1);
+    const auto host_reference = through_host(st, frames, 5);
+    unsetenv("QLSBP_ENGINE");
+    expect_same(reference, host_reference, "host API, reference engine");
   }
 }
 

@@ -1,15 +1,16 @@
 #!/bin/sh
-# Makes docs/clean-edges.png: the built-in photo with the focus region cut by
-# the left and by the right border, exact mask against clean mask, cropped
-# where they differ and enlarged 4x (nearest neighbour, so every pixel shows).
+# Makes docs/clean-edges.png and docs/clean-edges-4x.png: the built-in photo
+# with the focus region cut by the left and by the right border, exact mask
+# against clean mask, cropped where they differ, at 1:1 and enlarged 4x
+# (nearest neighbour, so every pixel shows).
 # Left: a subject at the left side (focus 140,90): the ellipse passes the
 # left border, and the exact mask leaves a one-pixel curve of blur through
 # the face. Right: focus on the last column: the exact mask speckles it.
-# Usage: docs/make-clean-edges.sh path/to/bokeh-preview [output.png]
+# Usage: docs/make-clean-edges.sh path/to/bokeh-preview [output-folder]
 # Needs ffmpeg for cropping and stacking.
 set -eu
 tool=$1
-out=${2:-docs/clean-edges.png}
+dir=${2:-docs}
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
 # A narrow band (strength 1) and the strongest blur show the difference best.
@@ -28,4 +29,14 @@ ffmpeg -loglevel error -y \
 [0]crop=48:64:176:40,$zoom[a];[1]crop=48:64:176:40,$zoom,pad=iw+16:ih:0:0:gray[b];\
 [2]crop=48:64:464:230,$zoom[c];[3]crop=48:64:464:230,scale=iw*4:ih*4:flags=neighbor[d];\
 [a][b][c][d]hstack=inputs=4" \
-  -frames:v 1 "$out"
+  -frames:v 1 "$dir/clean-edges-4x.png"
+# At 1:1: crops of 160x160 pixels around the same places.
+one="pad=iw+8:ih:0:0:gray"
+ffmpeg -loglevel error -y \
+  -i "$tmp/left-exact.png" -i "$tmp/left-clean.png" \
+  -i "$tmp/right-exact.png" -i "$tmp/right-clean.png" \
+  -filter_complex "\
+[0]crop=160:160:120:0,$one[a];[1]crop=160:160:120:0,$one,pad=iw+16:ih:0:0:gray[b];\
+[2]crop=160:160:352:180,$one[c];[3]crop=160:160:352:180[d];\
+[a][b][c][d]hstack=inputs=4" \
+  -frames:v 1 "$dir/clean-edges.png"

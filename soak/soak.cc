@@ -43,7 +43,8 @@ Usage measure() {
 }
 
 void print(const char* when, const Usage& u) {
-  printf("  %-28s resident %7ld KiB, %3d descriptors, %2d threads\n", when, u.rss_kib, u.fds, u.threads);
+  printf("  %-28s resident %7ld KiB, %3d descriptors, %2d threads\n", when, u.rss_kib, u.fds,
+         u.threads);
 }
 
 // A frame of one layout with padded strides (as camera buffers come).
@@ -81,64 +82,85 @@ bool grew(const Usage& a, const Usage& b, long slack_kib) {
   return b.rss_kib > a.rss_kib + slack_kib || b.fds > a.fds || b.threads > a.threads;
 }
 
+// Every layout through the host API and then through a session; within each
+// run the usage after 50 frames and before the tear-down are compared.
+bool run_all(int frames, long slack_kib, long long* processed, bool verbose) {
+  const int kW = 640, kH = 480;
+  std::mt19937 rng(2024u + static_cast<unsigned>(frames));
+  bool ok = true;
+  for (int format : {2, 3, 4}) {
+    Frame f(format, kW, kH, rng);
+    for (int api = 0; api < 2; ++api) {
+      qlsbp_session* s = nullptr;
+      if (api == 0) {
+        sb_top_pv_initial(&f.info);
+      } else {
+        qlsbp_session_options opt;
+        qlsbp_session_options_init(&opt);
+        opt.workers = 2;
+        if (qlsbp_session_open(&s, &f.info, &opt) != QLSBP_OK) {
+          printf("  session for layout %d did not open\n", format);
+          return false;
+        }
+      }
+      Usage mid{};
+      for (int i = 0; i < frames; ++i) {
+        QL_BokehParam p = random_param(rng, kW, kH);
+        if (api == 0) {
+          sb_top_pv_processer(&f.info, &p);
+        } else if (const int rc = qlsbp_session_process(s, &f.info, &p); rc != QLSBP_OK) {
+          printf("  session frame %d of layout %d: %s\n", i, format, qlsbp_strerror(rc));
+          ok = false;
+          break;
+        }
+        ++*processed;
+        if (i == 49) mid = measure();
+      }
+      const Usage last = measure();
+      if (api == 0) {
+        sb_top_pv_deinit();
+      } else {
+        qlsbp_session_close(s);
+      }
+      if (verbose) {
+        char what[64];
+        snprintf(what, sizeof what, "layout %d, %s: frame 50", format,
+                 api == 0 ? "host API" : "session");
+        print(what, mid);
+        print("                  last frame", last);
+      }
+      if (frames > 50 && grew(mid, last, slack_kib)) {
+        printf("  FAILED: layout %d, %s grew over its frames\n", format,
+               api == 0 ? "host API" : "session");
+        ok = false;
+      }
+    }
+  }
+  return ok;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   const int frames = argc > 1 ? std::atoi(argv[1]) : 2000;
   const int cycles = argc > 2 ? std::atoi(argv[2]) : 1000;
-  const int kW = 640, kH = 480;
   const long kSlackKiB = 1024;  // allocator and page-cache noise
-  std::mt19937 rng(2024);
   const auto t0 = std::chrono::steady_clock::now();
-  bool ok = true;
   long long processed = 0;
-  printf("soak: %d frames per layout and API at %dx%d, %d set-up cycles\n", frames, kW, kH, cycles);
-
-  const Usage start = measure();
-  print("start", start);
-  Usage warm{}, before_close{};
-  for (int format : {2, 3, 4}) {
-    Frame f(format, kW, kH, rng);
-    // Host API.
-    sb_top_pv_initial(&f.info);
-    for (int i = 0; i < frames; ++i) {
-      QL_BokehParam p = random_param(rng, kW, kH);
-      sb_top_pv_processer(&f.info, &p);
-      ++processed;
-      if (format == 2 && i == 50) warm = measure();
-    }
-    sb_top_pv_deinit();
-    // Session with persistent workers.
-    qlsbp_session_options opt;
-    qlsbp_session_options_init(&opt);
-    opt.workers = 2;
-    qlsbp_session* s = nullptr;
-    if (qlsbp_session_open(&s, &f.info, &opt) != QLSBP_OK) {
-      printf("  session for layout %d did not open\n", format);
-      return 1;
-    }
-    for (int i = 0; i < frames; ++i) {
-      QL_BokehParam p = random_param(rng, kW, kH);
-      const int rc = qlsbp_session_process(s, &f.info, &p);
-      if (rc != QLSBP_OK) {
-        printf("  session frame %d of layout %d: %s\n", i, format, qlsbp_strerror(rc));
-        ok = false;
-        break;
-      }
-      ++processed;
-    }
-    if (format == 4) before_close = measure();
-    qlsbp_session_close(s);
-  }
-  print("after 50 frames", warm);
-  print("last session, before close", before_close);
+  printf("soak: %d frames per layout and API at 640x480, %d set-up cycles\n", frames, cycles);
+  print("start", measure());
+  // A short pass first, so that the allocator and the library reach their
+  // steady state before the baseline is taken.
+  bool ok = run_all(60, kSlackKiB, &processed, false);
+  const Usage base = measure();
+  print("baseline after warm-up", base);
+  ok = run_all(frames, kSlackKiB, &processed, true) && ok;
   const Usage after_frames = measure();
   print("after all frames", after_frames);
-  if (grew(warm, after_frames, kSlackKiB) || grew(warm, before_close, 4 * kSlackKiB + 1024)) {
+  if (grew(base, after_frames, kSlackKiB)) {
     printf("  FAILED: growth over the frames\n");
     ok = false;
   }
-
   // Set-up / tear-down cycles, the sizes changing.
   for (int i = 0; i < cycles; ++i) {
     QL_IMAGEINFO set_up{};
@@ -155,7 +177,7 @@ int main(int argc, char** argv) {
   }
   const Usage end = measure();
   print("after set-up cycles", end);
-  if (grew(after_frames, end, kSlackKiB) || end.fds != start.fds || end.threads != start.threads) {
+  if (grew(base, end, kSlackKiB) || end.fds != base.fds || end.threads != base.threads) {
     printf("  FAILED: growth over the set-up cycles, or descriptors / threads left over\n");
     ok = false;
   }

@@ -4,6 +4,8 @@
 
 #include <pthread.h>
 
+#include <climits>
+
 #include <vector>
 
 #include "common/test_util.h"
@@ -104,6 +106,28 @@ TEST(FocusClamp, HostFramesAtTheBoundaryMatchTheLastRowAndColumn) {
   }
   EXPECT_NE(input, out[0]);
   EXPECT_EQ(out[1], out[0]);
+}
+
+}  // namespace
+
+namespace {
+
+// The box method with levels near INT_MAX: every window covers the whole
+// plane, so each pixel of a plane outside the focus becomes the plane's mean
+// over the count table; before the radii were bounded, y + radius wrapped
+// and the box read far outside the integral image.
+TEST(BoxMethod, LevelsNearIntMaxStayInsideThePlanes) {
+  for (int format : {2, 3, 4}) {
+    SBData d(32, 48);
+    const size_t bytes = format == 4 ? 2 * 32 * 48 : 32 * 48 * 3 / 2;
+    std::vector<uint8_t> frame(bytes, 77), out(bytes, 0);
+    for (int level : {INT_MAX, INT_MAX - 1, INT_MAX / 2 + 1}) {
+      SBFrameParam p = preview_param(0, 0);
+      p.axisRows = p.axisCols = 0, p.bandWidth = 0;
+      p.level = level, p.useGaussian = 0, p.blurOption = 0;
+      ASSERT_EQ(0, d.DataProcessor(out.data(), frame.data(), 32, 48, 48, format, params(&p), 1.5f));
+    }
+  }
 }
 
 }  // namespace

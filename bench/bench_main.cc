@@ -1,7 +1,7 @@
-// Benchmark driver: registers every case, then records in the run's context
-// what a reader of the numbers needs (vector or scalar path, peer versions
-// and thread counts) before handing over to Google Benchmark.
-#include <thread>
+// Benchmark driver: sets the peers' thread count to ours, records in the
+// run's context what a reader of the numbers needs (CPU paths, peer versions,
+// thread counts), registers every case and hands over to Google Benchmark.
+#include <string>
 
 #include "bench_util.h"
 #include "simd/cpu.h"
@@ -17,21 +17,22 @@
 namespace {
 
 void add_run_context() {
-  const char* path = "scalar";
-  if (qlsbp_simd_enabled()) path = QLSBP_HAVE_NEON ? "vector (NEON)" : "vector (SSE2)";
-  benchmark::AddCustomContext("ours.kernels", path);
-  benchmark::AddCustomContext("hardware_threads",
-                              std::to_string(std::thread::hardware_concurrency()));
+  const int flags = qlsbp_cpu_flags();
+  std::string path = flags == 0 ? "scalar" : "";
+  if (flags & kCpuHasAVX2) path += "avx2 ";
+  if (flags & kCpuHasSSE2) path += "sse2 ";
+  if (flags & kCpuHasNEON) path += "neon ";
+  benchmark::AddCustomContext("ours.cpu_paths", path);
+  benchmark::AddCustomContext("online_processors",
+                              std::to_string(qlsbp_bench::online_processors()));
 #if QLSBP_BENCH_HAVE_LIBYUV
   benchmark::AddCustomContext("libyuv.version", std::to_string(LIBYUV_VERSION));
-#else
-  benchmark::AddCustomContext("libyuv.version", "not built");
 #endif
 #if QLSBP_BENCH_HAVE_OPENCV
+  // OpenCV may use as many threads as our frame spreads over, no more.
+  cv::setNumThreads(qlsbp_bench::online_processors());
   benchmark::AddCustomContext("opencv.version", CV_VERSION);
   benchmark::AddCustomContext("opencv.threads", std::to_string(cv::getNumThreads()));
-#else
-  benchmark::AddCustomContext("opencv.version", "not built");
 #endif
 }
 
@@ -39,11 +40,9 @@ void add_run_context() {
 
 int main(int argc, char** argv) {
   add_run_context();
-  qlsbp_bench::register_convert_benchmarks();
-  qlsbp_bench::register_resample_benchmarks();
-  qlsbp_bench::register_blend_benchmarks();
-  qlsbp_bench::register_gaussian_benchmarks();
   qlsbp_bench::register_frame_benchmarks();
+  qlsbp_bench::register_stage_benchmarks();
+  qlsbp_bench::register_path_benchmarks();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

@@ -1,16 +1,19 @@
-// Shared helpers of the benchmarks: frame sizes, random planes and the
-// naming scheme that bench/ratios.py reads back from the JSON output.
+// Shared helpers of the benchmarks: frame and plane sizes, random planes, and
+// the interleaved runner whose counters bench/ratios.py reads back.
 //
-// Every case is registered as "<kernel>:<impl>/<width>x<height>", where impl
-// is "ours" for this library and the peer's name otherwise, so the ratio
-// script can pair our time with each peer's on the same kernel and size.
-// Cases run on wall-clock time (several of them start threads) and also
-// record the process CPU time, which counts every thread's work.
+// Every comparison is one Google Benchmark case whose iterations run all of
+// its sides in turn (ours, the peer, ...), rotating which side goes first.
+// So a burst of load from other processes on a shared machine lands on every
+// side alike instead of on whichever case happened to be running. Each side
+// is timed on its own; its per-iteration median, in microseconds, becomes
+// the counter "<side>_us". Cases are named "<stage>/<width>x<height>".
 #ifndef QLSBP_BENCH_BENCH_UTIL_H_
 #define QLSBP_BENCH_BENCH_UTIL_H_
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -26,21 +29,9 @@ struct PlaneSize {
   int height;
 };
 
-// Preview frames, and the half-resolution planes that the frame's luma
-// filter works on.
-inline const std::vector<PlaneSize>& frame_sizes() {
-  static const std::vector<PlaneSize> sizes = {{640, 480}, {1920, 1080}};
-  return sizes;
+inline std::string size_name(PlaneSize s) {
+  return std::to_string(s.width) + "x" + std::to_string(s.height);
 }
-inline const std::vector<PlaneSize>& half_plane_sizes() {
-  static const std::vector<PlaneSize> sizes = {{320, 240}, {960, 540}};
-  return sizes;
-}
-
-// Blur level 5 of the preview: its Gaussian standard deviation, in pixels of
-// the half-resolution plane, and the kernel length.
-constexpr float kLevel5Sigma = 1.8f;
-constexpr int kTaps = 21;
 
 inline std::vector<uint8_t> random_bytes(size_t n, uint32_t seed) {
   std::mt19937 gen(seed);
@@ -58,40 +49,60 @@ inline std::vector<uint16_t> random_weights(size_t n, uint32_t seed) {
   return out;
 }
 
-inline std::string case_name(const char* kernel, const char* impl, PlaneSize size) {
-  return std::string(kernel) + ":" + impl + "/" + std::to_string(size.width) + "x" +
-         std::to_string(size.height);
+// Standard deviation of the Gaussian per blur level, in pixels of the half
+// plane (the preview's table), and its kernel length.
+constexpr float kLevelSigma[8] = {0.0f, 0.7f, 1.0f, 1.2f, 1.5f, 1.8f, 2.2f, 3.2f};
+constexpr int kTaps = 21;
+
+struct Side {
+  std::string name;           // counter "<name>_us"
+  std::function<void()> run;  // one repetition of this side's work
+};
+
+// The timed loop: all sides per iteration, first side rotating.
+inline void run_interleaved(benchmark::State& state, const std::vector<Side>& sides) {
+  using Clock = std::chrono::steady_clock;
+  const size_t n = sides.size();
+  std::vector<std::vector<double>> times(n);
+  size_t first = 0;
+  for (auto _ : state) {
+    for (size_t k = 0; k < n; ++k) {
+      const size_t i = (first + k) % n;
+      const auto t0 = Clock::now();
+      sides[i].run();
+      benchmark::ClobberMemory();
+      times[i].push_back(std::chrono::duration<double, std::micro>(Clock::now() - t0).count());
+    }
+    first = (first + 1) % n;
+  }
+  for (size_t i = 0; i < n; ++i) {
+    std::vector<double>& t = times[i];
+    if (t.empty()) continue;
+    std::nth_element(t.begin(), t.begin() + t.size() / 2, t.end());
+    state.counters[sides[i].name + "_us"] = t[t.size() / 2];
+  }
 }
 
-// Registers one case; fn(state, size) runs the timed loop.
-inline void register_case(const char* kernel, const char* impl, PlaneSize size,
-                          std::function<void(benchmark::State&, PlaneSize)> fn) {
-  benchmark::RegisterBenchmark(case_name(kernel, impl, size).c_str(),
-                               [fn, size](benchmark::State& state) { fn(state, size); })
-      ->Unit(benchmark::kMicrosecond)
-      ->MeasureProcessCPUTime()
+// Registers one comparison; make(state) builds the sides (untimed set-up)
+// and returns them, or an empty list after state.SkipWithError.
+inline void register_interleaved(const std::string& name,
+                                 std::function<std::vector<Side>(benchmark::State&)> make) {
+  benchmark::RegisterBenchmark(name.c_str(),
+                               [make](benchmark::State& state) {
+                                 const std::vector<Side> sides = make(state);
+                                 if (!sides.empty()) run_interleaved(state, sides);
+                               })
+      ->Unit(benchmark::kMillisecond)
       ->UseRealTime();
 }
 
-// Throughput in bytes of the frame or plane that a case handles per iteration
-// (the same figure for ours and the peers, so bytes/s compare directly).
-inline void set_bytes(benchmark::State& state, size_t bytes_per_iteration) {
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
-                          static_cast<int64_t>(bytes_per_iteration));
-}
+// Threads the peers may use: the machine's online processors, which is what
+// our filter strips spread over too.
+int online_processors();
 
-// Records, in the run's context, whether our output and a peer's are
-// byte-identical for the same input (a note for the report, not a test).
-inline void note_same_bytes(const std::string& what, const std::vector<uint8_t>& ours,
-                            const std::vector<uint8_t>& peer) {
-  benchmark::AddCustomContext("bytes." + what, ours == peer ? "identical" : "different");
-}
-
-void register_convert_benchmarks();
-void register_resample_benchmarks();
-void register_blend_benchmarks();
-void register_gaussian_benchmarks();
 void register_frame_benchmarks();
+void register_stage_benchmarks();
+void register_path_benchmarks();
 
 }  // namespace qlsbp_bench
 

@@ -1,147 +1,194 @@
-// The whole preview frame: one session opened once, then sb_top_pv_processer
-// per iteration on an NV21 frame at level 5, strength 3. The peer is an
-// OpenCV composition doing comparable work on the same three planes: split
-// the chroma, and per plane halve (INTER_AREA), blur 21x21 with the same
-// sigma, enlarge (INTER_LINEAR), blend with the focus mask (blendLinear),
-// then merge the chroma back. Its weight planes are built once outside the
-// loop, as our session keeps its mask while the focus does not move.
+// The whole preview frame, three ways in one interleaved case: the host API
+// (sb_top_pv_*, threads started per call), a session with its default
+// options (persistent workers), and the composed libyuv + OpenCV peer of
+// peer.h. Layout codes 2, 3 and 4, four frame sizes, levels 1 and 7, planes
+// with padded strides, a focus ellipse half the frame across, strength 3.
 #include <algorithm>
 #include <cstring>
+#include <memory>
 
 #include "bench_util.h"
+#include "peer.h"
 #include "ql_single_bokeh_preview.h"
 #include "qlsbp/mask.h"
 
-#if QLSBP_BENCH_HAVE_OPENCV
-#include <opencv2/core.hpp>
-#include <opencv2/imgproc.hpp>
+#if QLSBP_BENCH_HAVE_PEER
+#include "libyuv/convert_from.h"
+#include "libyuv/planar_functions.h"
 #endif
 
 namespace qlsbp_bench {
 namespace {
 
-constexpr int kLevel = 5;
 constexpr int kStrength = 3;
+constexpr int kPad = 64;  // bytes of padding at the end of every row
 
-// Focus ellipse in the middle of the frame, half the frame across.
-QL_BokehParam frame_param(PlaneSize s) {
+QL_BokehParam frame_param(PlaneSize s, int level) {
   QL_BokehParam p{};
   p.focusRow = s.height / 2;
   p.focusCol = s.width / 2;
   p.axisRows = s.height / 4;
   p.axisCols = s.width / 4;
-  p.level = kLevel;
+  p.level = level;
   p.strength = kStrength;
   return p;
 }
 
-void silent_log(int, const char*, const char*, void*) {}
+// One frame in the caller's layout with padded strides, over one buffer.
+struct Frame {
+  std::vector<uint8_t> bytes;
+  QL_IMAGEINFO info{};
 
-void bm_ours(benchmark::State& state, PlaneSize s) {
-  const size_t n = static_cast<size_t>(s.width) * s.height;
-  std::vector<uint8_t> frame = random_bytes(n + n / 2, 9);
-  const std::vector<uint8_t> input = frame;
-  QL_IMAGEINFO img{};
-  img.format = QL_FORMAT_YUV420_SEMIPLANAR;
-  img.width = s.width;
-  img.height = s.height;
-  img.plane[0] = frame.data();
-  img.plane[1] = frame.data() + n;
-  img.stride[0] = s.width;
-  img.stride[1] = s.width;
-  QL_BokehParam param = frame_param(s);
-
-  sb_top_pv_set_log_hook(silent_log, nullptr);
-  sb_top_pv_initial(&img);
-  // A frame that passes through untouched would time nothing worth having.
-  sb_top_pv_processer(&img, &param);
-  if (frame == input) {
-    state.SkipWithError("frame passed through unprocessed (no session?)");
-  } else {
-    for (auto _ : state) {
-      sb_top_pv_processer(&img, &param);
-      benchmark::DoNotOptimize(frame.data());
-      benchmark::ClobberMemory();
+  Frame(int format, PlaneSize s, uint32_t seed) {
+    const int w = s.width, h = s.height;
+    info.format = format;
+    info.width = w;
+    info.height = h;
+    size_t offsets[3] = {0, 0, 0};
+    if (format == QL_FORMAT_YUYV422) {
+      info.stride[0] = 2 * w + kPad;
+      bytes = random_bytes(static_cast<size_t>(info.stride[0]) * h, seed);
+    } else if (format == QL_FORMAT_YUV420_SEMIPLANAR) {
+      info.stride[0] = info.stride[1] = w + kPad;
+      offsets[1] = static_cast<size_t>(info.stride[0]) * h;
+      bytes = random_bytes(offsets[1] + static_cast<size_t>(info.stride[1]) * (h / 2), seed);
+    } else {
+      info.stride[0] = w + kPad;
+      info.stride[1] = info.stride[2] = w / 2 + kPad / 2;
+      offsets[1] = static_cast<size_t>(info.stride[0]) * h;
+      offsets[2] = offsets[1] + static_cast<size_t>(info.stride[1]) * (h / 2);
+      bytes = random_bytes(offsets[2] + static_cast<size_t>(info.stride[2]) * (h / 2), seed);
     }
+    const int planes = format == QL_FORMAT_YUYV422 ? 1 : (format == 2 ? 2 : 3);
+    for (int i = 0; i < planes; ++i) info.plane[i] = bytes.data() + offsets[i];
   }
-  sb_top_pv_deinit();
-  sb_top_pv_set_log_hook(nullptr, nullptr);
-  // Three plane workers, each starting 7 threads per filter pass.
-  state.counters["worker_threads"] = 3 * 7;
-  set_bytes(state, frame.size());
-}
-
-#if QLSBP_BENCH_HAVE_OPENCV
-struct PlaneWork {
-  cv::Mat w_sharp, w_blur;  // blend weights, sum 1
-  cv::Mat half, half_blurred, blurred, out;
 };
 
-// Weights from the same focus mask our pipeline builds (1024 = sharp); the
-// ramp's slight overshoot above 1024 is clamped, OpenCV has no use for it.
-void fill_weights(PlaneWork* work, const std::vector<uint16_t>& mask, int mask_width, int rows,
-                  int cols, int step) {
-  work->w_sharp.create(rows, cols, CV_32FC1);
-  work->w_blur.create(rows, cols, CV_32FC1);
-  for (int y = 0; y < rows; ++y) {
-    for (int x = 0; x < cols; ++x) {
-      const int m =
-          std::min<int>(mask[static_cast<size_t>(y * step) * mask_width + x * step], 1024);
-      work->w_sharp.at<float>(y, x) = m / 1024.0f;
-      work->w_blur.at<float>(y, x) = 1.0f - m / 1024.0f;
+void silent_log(int, const char*, const char*, void*) {}
+
+const char* layout_name(int format) {
+  return format == QL_FORMAT_YUV420_SEMIPLANAR ? "nv21"
+         : format == QL_FORMAT_YUV420_PLANAR   ? "yv12"
+                                               : "yuyv";
+}
+
+#if QLSBP_BENCH_HAVE_PEER
+// The focus mask as the pipeline builds it, decimated for chroma planes.
+std::vector<uint16_t> plane_mask(const std::vector<uint16_t>& full, PlaneSize s, int w, int h) {
+  const int sx = s.width / w, sy = s.height / h;
+  std::vector<uint16_t> out(static_cast<size_t>(w) * h);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x)
+      out[static_cast<size_t>(y) * w + x] = full[static_cast<size_t>(y * sy) * s.width + x * sx];
+  return out;
+}
+
+struct PeerFrame {
+  PlaneSize size;
+  float sigma;
+  PeerPlane planes[3];
+  std::vector<uint8_t> y, u, v;  // dense planes for YUYV and NV21 chroma
+
+  PeerFrame(int format, PlaneSize s, int level) : size(s), sigma(kLevelSigma[level]) {
+    const QL_BokehParam p = frame_param(s, level);
+    std::vector<uint16_t> full(static_cast<size_t>(s.width) * s.height, 0);
+    gen_ellipse4(full.data(), p.focusRow, p.focusCol, p.axisRows, p.axisCols,
+                 kStrength * (std::min(s.width, s.height) / 50), s.height, s.width);
+    const int cw = s.width / 2, ch = format == QL_FORMAT_YUYV422 ? s.height : s.height / 2;
+    planes[0].init(s.width, s.height, full);
+    planes[1].init(cw, ch, plane_mask(full, s, cw, ch));
+    planes[2].init(cw, ch, plane_mask(full, s, cw, ch));
+    y.resize(static_cast<size_t>(s.width) * s.height);
+    u.resize(static_cast<size_t>(cw) * ch);
+    v.resize(u.size());
+  }
+
+  void run(QL_IMAGEINFO* f) {
+    const int w = size.width, h = size.height, cw = w / 2;
+    if (f->format == QL_FORMAT_YUYV422) {
+      libyuv::YUY2ToI422(f->plane[0], f->stride[0], y.data(), w, u.data(), cw, v.data(), cw, w, h);
+      planes[0].run(y.data(), w, sigma);
+      planes[1].run(u.data(), cw, sigma);
+      planes[2].run(v.data(), cw, sigma);
+      libyuv::I422ToYUY2(y.data(), w, u.data(), cw, v.data(), cw, f->plane[0], f->stride[0], w, h);
+    } else if (f->format == QL_FORMAT_YUV420_SEMIPLANAR) {
+      planes[0].run(f->plane[0], f->stride[0], sigma);
+      libyuv::SplitUVPlane(f->plane[1], f->stride[1], v.data(), cw, u.data(), cw, cw, h / 2);
+      planes[1].run(v.data(), cw, sigma);
+      planes[2].run(u.data(), cw, sigma);
+      libyuv::MergeUVPlane(v.data(), cw, u.data(), cw, f->plane[1], f->stride[1], cw, h / 2);
+    } else {
+      for (int i = 0; i < 3; ++i) planes[i].run(f->plane[i], f->stride[i], sigma);
     }
   }
-}
-
-void blur_plane(cv::Mat& plane, PlaneWork* w) {
-  cv::resize(plane, w->half, cv::Size(plane.cols / 2, plane.rows / 2), 0, 0, cv::INTER_AREA);
-  cv::GaussianBlur(w->half, w->half_blurred, cv::Size(kTaps, kTaps), kLevel5Sigma, kLevel5Sigma,
-                   cv::BORDER_REFLECT_101);
-  cv::resize(w->half_blurred, w->blurred, plane.size(), 0, 0, cv::INTER_LINEAR);
-  cv::blendLinear(plane, w->blurred, w->w_sharp, w->w_blur, w->out);
-  w->out.copyTo(plane);
-}
-
-void bm_opencv(benchmark::State& state, PlaneSize s) {
-  const size_t n = static_cast<size_t>(s.width) * s.height;
-  std::vector<uint8_t> frame = random_bytes(n + n / 2, 9);
-  cv::Mat luma(s.height, s.width, CV_8UC1, frame.data());
-  cv::Mat chroma(s.height / 2, s.width / 2, CV_8UC2, frame.data() + n);
-
-  const QL_BokehParam p = frame_param(s);
-  const int band = kStrength * (std::min(s.width, s.height) / 50);
-  std::vector<uint16_t> mask(n, 0);
-  gen_ellipse4(mask.data(), p.focusRow, p.focusCol, p.axisRows, p.axisCols, band, s.height,
-               s.width);
-  PlaneWork work[3];
-  fill_weights(&work[0], mask, s.width, s.height, s.width, 1);
-  fill_weights(&work[1], mask, s.width, s.height / 2, s.width / 2, 2);
-  fill_weights(&work[2], mask, s.width, s.height / 2, s.width / 2, 2);
-  std::vector<cv::Mat> planes = {cv::Mat(s.height / 2, s.width / 2, CV_8UC1),
-                                 cv::Mat(s.height / 2, s.width / 2, CV_8UC1)};
-
-  for (auto _ : state) {
-    cv::split(chroma, planes);
-    blur_plane(luma, &work[0]);
-    blur_plane(planes[0], &work[1]);
-    blur_plane(planes[1], &work[2]);
-    cv::merge(planes, chroma);
-    benchmark::DoNotOptimize(frame.data());
-    benchmark::ClobberMemory();
-  }
-  state.counters["worker_threads"] = cv::getNumThreads();
-  set_bytes(state, frame.size());
-}
+};
 #endif
+
+std::vector<Side> make_frame_sides(benchmark::State& state, int format, PlaneSize s, int level) {
+  // The frames live as long as the case; the sides capture them.
+  struct Buffers {
+    Frame host, session, peer;
+    qlsbp_session* handle = nullptr;
+#if QLSBP_BENCH_HAVE_PEER
+    PeerFrame peer_work;
+#endif
+    Buffers(int format, PlaneSize s, int level)
+        : host(format, s, 1),
+          session(format, s, 1),
+          peer(format, s, 1)
+#if QLSBP_BENCH_HAVE_PEER
+          ,
+          peer_work(format, s, level)
+#endif
+    {
+      (void)level;
+    }
+    ~Buffers() {
+      qlsbp_session_close(handle);
+      sb_top_pv_deinit();
+    }
+  };
+  static std::shared_ptr<Buffers> keep;  // one case at a time
+  keep.reset();
+  keep = std::make_shared<Buffers>(format, s, level);
+  Buffers* b = keep.get();
+  const QL_BokehParam param = frame_param(s, level);
+
+  sb_top_pv_set_log_hook(silent_log, nullptr);
+  qlsbp_session_options options;
+  qlsbp_session_options_init(&options);
+  if (sb_top_pv_initial(&b->host.info) != 0 ||
+      qlsbp_session_open(&b->handle, &b->session.info, &options) != QLSBP_OK) {
+    state.SkipWithError("could not open a session");
+    return {};
+  }
+  std::vector<Side> sides;
+  sides.push_back({"host", [b, param] {
+                     QL_BokehParam p = param;
+                     sb_top_pv_processer(&b->host.info, &p);
+                   }});
+  sides.push_back(
+      {"session", [b, param] { qlsbp_session_process(b->handle, &b->session.info, &param); }});
+#if QLSBP_BENCH_HAVE_PEER
+  sides.push_back({"peer", [b] { b->peer_work.run(&b->peer.info); }});
+#endif
+  return sides;
+}
 
 }  // namespace
 
 void register_frame_benchmarks() {
-  for (PlaneSize s : frame_sizes()) {
-    register_case("frame_nv21_level5", "ours", s, bm_ours);
-#if QLSBP_BENCH_HAVE_OPENCV
-    register_case("frame_nv21_level5", "opencv_composition", s, bm_opencv);
-#endif
+  const PlaneSize sizes[] = {{640, 480}, {1280, 720}, {1920, 1080}, {3840, 2160}};
+  for (int format : {QL_FORMAT_YUV420_SEMIPLANAR, QL_FORMAT_YUV420_PLANAR, QL_FORMAT_YUYV422}) {
+    for (int level : {1, 7}) {
+      for (PlaneSize s : sizes) {
+        const std::string name = std::string("frame_") + layout_name(format) + "_level" +
+                                 std::to_string(level) + "/" + size_name(s);
+        register_interleaved(name, [format, s, level](benchmark::State& state) {
+          return make_frame_sides(state, format, s, level);
+        });
+      }
+    }
   }
 }
 

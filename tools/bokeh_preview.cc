@@ -1,9 +1,10 @@
 // bokeh-preview: applies the library's preview bokeh to pictures and YUV
-// streams through the public host API, the way a camera host does.
+// streams through a library session, the way a camera host does.
 #include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -11,11 +12,11 @@
 #include <vector>
 
 #include "frame.h"
-#include "host_session.h"
 #include "options.h"
 #include "output_file.h"
 #include "picture_convert.h"
 #include "picture_io.h"
+#include "preview_session.h"
 #include "ql_single_bokeh_preview.h"
 #include "qlsbp/mask.h"
 #include "stream_io.h"
@@ -59,9 +60,32 @@ struct Input {
 
 // ---- Input ------------------------------------------------------------------
 
+std::string lower_extension(const std::string& path) {
+  const size_t slash = path.find_last_of('/');
+  const size_t dot = path.find_last_of('.');
+  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return "";
+  std::string ext = path.substr(dot + 1);
+  std::transform(ext.begin(), ext.end(), ext.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return ext;
+}
+
+// The layout a raw file's name gives (.nv21, .i420, ...), if any.
+bool layout_of_name(const std::string& path, Layout* layout) {
+  return parse_layout(lower_extension(path), layout);
+}
+
+// Pictures are converted to --format, else to the layout the raw output's
+// name asks for, so that no second conversion is needed.
 int prepare_still(const Options& o, Input* in) {
   in->kind = InputKind::kStill;
-  in->layout = o.layout;
+  Layout wanted;
+  in->layout = o.layout_given                      ? o.layout
+               : layout_of_name(o.output, &wanted) ? wanted
+                                                   : Layout::kNV21;
+  if (o.width > 0) {
+    return fail(kExitUsage, "--size applies to raw YUV input only; " + in->name + " is a picture");
+  }
   const int row_step = layout_is_420(o.layout) ? 2 : 1;
   in->extended = extend_picture(in->picture, 2, row_step);
   // Judge the picture by its own size: a 1-pixel side is too small even
@@ -106,6 +130,11 @@ int open_input(const Options& o, Input* in) {
   }
   if (is_y4m_data(head.data(), head.size())) {
     in->kind = InputKind::kY4m;
+    if (o.width > 0 || o.layout_given) {
+      return fail(kExitUsage, std::string(o.width > 0 ? "--size" : "--format") +
+                                  " does not apply to " + in->name +
+                                  ": a YUV4MPEG2 stream gives its own size and layout");
+    }
     std::string line;
     bool too_long = false;
     if (!in->source.read_line(&line, kMaxLine, &too_long)) {
@@ -128,7 +157,10 @@ int open_input(const Options& o, Input* in) {
   }
   if (o.width > 0) {
     in->kind = InputKind::kRaw;
-    in->layout = o.layout;
+    Layout named;
+    in->layout = o.layout_given                    ? o.layout
+                 : layout_of_name(o.input, &named) ? named
+                                                   : Layout::kNV21;
     in->width = o.width;
     in->height = o.height;
     const std::string problem = frame_size_problem(in->layout, in->width, in->height);
@@ -203,16 +235,6 @@ ReadStatus read_frame(Input* in, Frame* frame, std::string* message) {
 
 // ---- Output -----------------------------------------------------------------
 
-std::string lower_extension(const std::string& path) {
-  const size_t slash = path.find_last_of('/');
-  const size_t dot = path.find_last_of('.');
-  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return "";
-  std::string ext = path.substr(dot + 1);
-  std::transform(ext.begin(), ext.end(), ext.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return ext;
-}
-
 bool output_kind_for(const Options& o, InputKind input, const std::string& path, OutputKind* kind,
                      std::string* error) {
   std::string name = o.output_format;
@@ -254,15 +276,32 @@ RgbPicture output_picture(const Frame& frame, const Input& in, int max_width) {
   return limit_width(picture, max_width);
 }
 
+// The encoders report a failed write in their own words ("Write Error");
+// when the stream itself failed, say so with the system's reason.
+bool with_write_reason(bool ok, OutputFile* out, std::string* error) {
+  if (!ok && std::ferror(out->file())) {
+    const int saved = errno;
+    *error = "cannot write " + (out->is_stdout() ? std::string("standard output") : out->path()) +
+             ": " + std::strerror(saved != 0 ? saved : EIO);
+  }
+  return ok;
+}
+
 bool write_picture(OutputFile* out, OutputKind kind, const RgbPicture& picture,
                    std::string* error) {
-  return kind == OutputKind::kJpeg ? write_jpeg(out->file(), picture, kJpegQuality, error)
-                                   : write_png(out->file(), picture, error);
+  errno = 0;
+  return with_write_reason(kind == OutputKind::kJpeg
+                               ? write_jpeg(out->file(), picture, kJpegQuality, error)
+                               : write_png(out->file(), picture, error),
+                           out, error);
 }
 
 bool write_bytes(OutputFile* out, const void* data, size_t size, std::string* error) {
+  errno = 0;
   if (std::fwrite(data, 1, size, out->file()) != size) {
-    *error = "cannot write " + (out->is_stdout() ? std::string("standard output") : out->path());
+    const int saved = errno;
+    *error = "cannot write " + (out->is_stdout() ? std::string("standard output") : out->path()) +
+             ": " + std::strerror(saved != 0 ? saved : EIO);
     return false;
   }
   return true;
@@ -270,8 +309,9 @@ bool write_bytes(OutputFile* out, const void* data, size_t size, std::string* er
 
 class FrameSink {
  public:
-  FrameSink(OutputFile* file, OutputKind kind, const Input* in, int max_width)
-      : file_(file), kind_(kind), in_(in), max_width_(max_width) {}
+  // raw_layout: the layout raw output is written in.
+  FrameSink(OutputFile* file, OutputKind kind, Layout raw_layout, const Input* in, int max_width)
+      : file_(file), kind_(kind), raw_layout_(raw_layout), in_(in), max_width_(max_width) {}
 
   bool write(const Frame& frame, std::string* error) {
     ++frames_;
@@ -280,6 +320,10 @@ class FrameSink {
       case OutputKind::kJpeg:
         return write_picture(file_, kind_, output_picture(frame, *in_, max_width_), error);
       case OutputKind::kRaw:
+        if (frame.layout != raw_layout_) {
+          const Frame converted = convert_frame(frame, raw_layout_);
+          return write_bytes(file_, converted.data.data(), converted.data.size(), error);
+        }
         return write_bytes(file_, frame.data.data(), frame.data.size(), error);
       case OutputKind::kY4m:
         break;
@@ -298,6 +342,7 @@ class FrameSink {
  private:
   OutputFile* file_;
   OutputKind kind_;
+  Layout raw_layout_;
   const Input* in_;
   int max_width_;
   int frames_ = 0;
@@ -327,19 +372,21 @@ int effect_params(const Options& o, const Input& in, QL_BokehParam* param) {
 
 // The focus mask the library builds for these parameters, made with the
 // same clamps and band width as its per-frame entry point.
-std::vector<uint16_t> focus_mask(const QL_BokehParam& p, int width, int height) {
+std::vector<uint16_t> focus_mask(const QL_BokehParam& p, int width, int height, bool clean) {
   const int row = std::min(p.focusRow, height - 1);
   const int col = std::min(p.focusCol, width - 1);
   const int axis_rows = std::min(p.axisRows, height >> 1);
   const int axis_cols = std::min(p.axisCols, width >> 1);
   const int band = p.strength * (std::min(width, height) / 50);
   std::vector<uint16_t> mask(static_cast<size_t>(width) * height, 0);
-  gen_ellipse4(mask.data(), row, col, axis_rows, axis_cols, band, height, width);
+  (clean ? gen_ellipse4_clean : gen_ellipse4)(mask.data(), row, col, axis_rows, axis_cols, band,
+                                              height, width);
   return mask;
 }
 
-RgbPicture mask_picture(const QL_BokehParam& p, const Input& in) {
-  RgbPicture picture = mask_to_picture(focus_mask(p, in.width, in.height), in.width, in.height);
+RgbPicture mask_picture(const QL_BokehParam& p, const Input& in, bool clean) {
+  RgbPicture picture =
+      mask_to_picture(focus_mask(p, in.width, in.height, clean), in.width, in.height);
   if (in.kind == InputKind::kStill) {
     picture = crop_picture(picture, in.picture.width, in.picture.height);
   }
@@ -389,18 +436,21 @@ double median(std::vector<double> values) {
   return n % 2 ? values[n / 2] : 0.5 * (values[n / 2 - 1] + values[n / 2]);
 }
 
-std::string shown_path(const OutputFile& out) {
-  return out.is_stdout() ? "standard output" : out.path();
-}
+std::string shown_name(const std::string& path) { return path == "-" ? "standard output" : path; }
+
+std::string shown_path(const OutputFile& out) { return shown_name(out.path()); }
 
 // ---- Modes --------------------------------------------------------------------
 
 int run_mask(const Options& o, Input* in, const QL_BokehParam& param, OutputFile* out) {
-  RgbPicture picture = limit_width(mask_picture(param, *in), o.max_width);
+  RgbPicture picture = limit_width(mask_picture(param, *in, o.clean_edges), o.max_width);
   std::vector<uint8_t> grey(static_cast<size_t>(picture.width) * picture.height);
   for (size_t i = 0; i < grey.size(); ++i) grey[i] = picture.rgb[3 * i];
   std::string error;
-  if (!write_grey_png(out->file(), grey.data(), picture.width, picture.height, &error) ||
+  errno = 0;
+  if (!with_write_reason(
+          write_grey_png(out->file(), grey.data(), picture.width, picture.height, &error), out,
+          &error) ||
       !out->commit(&error)) {
     return fail(kExitFailure, error);
   }
@@ -408,20 +458,26 @@ int run_mask(const Options& o, Input* in, const QL_BokehParam& param, OutputFile
   return kExitOk;
 }
 
-int run_levels(const Options& o, Input* in, const QL_BokehParam& param, OutputKind kind,
-               OutputFile* out) {
+int refused_frame(const Input& in, int frame, int rc) {
+  return fail(kExitFailure, in.name + ": frame " + std::to_string(frame) +
+                                ": the library did not process it: " + qlsbp_strerror(rc));
+}
+
+int run_levels(const Options& o, Input* in, PreviewSession* session, const QL_BokehParam& param,
+               OutputKind kind, OutputFile* out) {
   Frame frame;
   std::string message;
   if (read_frame(in, &frame, &message) != ReadStatus::kFrame) {
     return fail(kExitFailure, message.empty() ? in->name + " holds no frame" : message);
   }
-  HostSession session(in->layout, in->width, in->height, o.pad);
   std::vector<RgbPicture> sheet;
   for (int level = 1; level <= 7; ++level) {
     Frame copy = frame;
     QL_BokehParam p = param;
     p.level = level;
-    session.process(&copy, p);
+    double ms = 0.0;
+    const int rc = session->process(&copy, p, &ms);
+    if (rc != QLSBP_OK) return refused_frame(*in, 1, rc);
     sheet.push_back(output_picture(copy, *in, 0));
   }
   std::string error;
@@ -433,10 +489,9 @@ int run_levels(const Options& o, Input* in, const QL_BokehParam& param, OutputKi
   return kExitOk;
 }
 
-int run_process(const Options& o, Input* in, const QL_BokehParam& param, OutputKind kind,
-                OutputFile* out, OutputFile* compare) {
-  HostSession session(in->layout, in->width, in->height, o.pad);
-  FrameSink sink(out, kind, in, o.max_width);
+int run_process(const Options& o, Input* in, PreviewSession* session, const QL_BokehParam& param,
+                OutputKind kind, Layout raw_layout, OutputFile* out, OutputFile* compare) {
+  FrameSink sink(out, kind, raw_layout, in, o.max_width);
   Progress progress(!o.quiet && in->kind != InputKind::kStill && isatty(2), in->frames_expected);
   std::vector<double> times;
   Frame frame;
@@ -450,17 +505,23 @@ int run_process(const Options& o, Input* in, const QL_BokehParam& param, OutputK
                                   (kind == OutputKind::kPng ? "PNG" : "JPEG") +
                                   " output holds one picture: write .y4m or raw instead");
     }
-    times.push_back(session.process(&frame, param));
+    double ms = 0.0;
+    const int rc = session->process(&frame, param, &ms);
+    if (rc != QLSBP_OK) {
+      progress.finish();
+      return refused_frame(*in, static_cast<int>(times.size()) + 1, rc);
+    }
+    times.push_back(ms);
     if (!sink.write(frame, &error)) {
       progress.finish();
       return fail(kExitFailure, error);
     }
     if (compare->file()) {
       // Only picture input gets here (checked with the options).
-      const std::vector<RgbPicture> parts = {in->picture, mask_picture(param, *in),
+      const std::vector<RgbPicture> parts = {in->picture, mask_picture(param, *in, o.clean_edges),
                                              output_picture(frame, *in, 0)};
-      if (!write_png(compare->file(), limit_width(side_by_side(parts, kGap), o.max_width),
-                     &error)) {
+      if (!write_picture(compare, OutputKind::kPng,
+                         limit_width(side_by_side(parts, kGap), o.max_width), &error)) {
         progress.finish();
         return fail(kExitFailure, error);
       }
@@ -551,10 +612,53 @@ int main(int argc, char** argv) {
   if (!compare.empty() && (compare == output || same_file(compare, output) || compare == "-")) {
     return fail(kExitUsage, "--compare needs a file of its own");
   }
+  // Options that would have no effect are refused rather than ignored.
+  if (o.max_width > 0 && !is_picture(kind) && compare.empty()) {
+    return fail(kExitUsage,
+                "--max-width applies to PNG and JPEG outputs only, not to " + shown_name(output));
+  }
+  if (o.level_given && o.mode != Mode::kProcess) {
+    return fail(kExitUsage,
+                std::string("--level does not apply to ") +
+                    (o.mode == Mode::kLevels ? "--levels, which shows levels 1 to 7"
+                                             : "--mask, which is the same for every level"));
+  }
+  if ((o.pad_given || o.workers >= 0) && o.mode == Mode::kMask) {
+    return fail(kExitUsage, std::string(o.pad_given ? "--pad" : "--workers") +
+                                " does not apply to --mask, which processes no frame");
+  }
+  // Raw output named after a layout is written in it; between the 4:2:0
+  // orders that is a lossless reordering, 4:2:0 and 4:2:2 do not convert.
+  Layout raw_layout = in.layout;
+  Layout named;
+  if (kind == OutputKind::kRaw && output != "-" && parse_layout(lower_extension(output), &named)) {
+    if (!same_chroma_sampling(in.layout, named)) {
+      return fail(kExitUsage, "cannot write " + std::string(layout_name(in.layout)) + " (" +
+                                  (layout_is_420(in.layout) ? "4:2:0" : "4:2:2") + ") frames as " +
+                                  layout_name(named) + " (" +
+                                  (layout_is_420(named) ? "4:2:0" : "4:2:2") + "): " + output);
+    }
+    raw_layout = named;
+  }
 
   QL_BokehParam param;
   code = effect_params(o, in, &param);
   if (code != kExitOk) return code;
+
+  // The library judges the frame before anything is written: a size or
+  // layout it refuses ends the run here.
+  PreviewSession session;
+  if (o.mode != Mode::kMask) {
+    const int rc =
+        session.open(in.layout, in.width, in.height, o.pad,
+                     o.workers >= 0 ? o.workers : PreviewSession::kDefaultWorkers, o.clean_edges);
+    if (rc != QLSBP_OK) {
+      return fail(kExitFailure, in.name + ": the library does not take " +
+                                    std::to_string(in.width) + "x" + std::to_string(in.height) +
+                                    " " + layout_name(in.layout) +
+                                    " frames: " + qlsbp_strerror(rc));
+    }
+  }
 
   OutputFile out;
   OutputFile compare_out;
@@ -564,9 +668,9 @@ int main(int argc, char** argv) {
     case Mode::kMask:
       return run_mask(o, &in, param, &out);
     case Mode::kLevels:
-      return run_levels(o, &in, param, kind, &out);
+      return run_levels(o, &in, &session, param, kind, &out);
     case Mode::kProcess:
       break;
   }
-  return run_process(o, &in, param, kind, &out, &compare_out);
+  return run_process(o, &in, &session, param, kind, raw_layout, &out, &compare_out);
 }

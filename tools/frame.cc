@@ -1,5 +1,7 @@
 #include "frame.h"
 
+#include <algorithm>
+
 namespace {
 
 struct LayoutName {
@@ -11,9 +13,6 @@ const LayoutName kLayoutNames[] = {{Layout::kNV21, "nv21"},
                                    {Layout::kI420, "i420"},
                                    {Layout::kYV12, "yv12"},
                                    {Layout::kYUYV, "yuyv"}};
-
-// Frames larger than this would overflow the library's int sizes.
-constexpr int kMaxSide = 16384;
 
 }  // namespace
 
@@ -36,6 +35,8 @@ const char* layout_name(Layout layout) {
 
 bool layout_is_420(Layout layout) { return layout != Layout::kYUYV; }
 
+bool same_chroma_sampling(Layout a, Layout b) { return layout_is_420(a) == layout_is_420(b); }
+
 size_t frame_bytes(Layout layout, int width, int height) {
   const size_t n = static_cast<size_t>(width) * static_cast<size_t>(height);
   return layout_is_420(layout) ? n + n / 2 : 2 * n;
@@ -43,9 +44,9 @@ size_t frame_bytes(Layout layout, int width, int height) {
 
 std::string frame_size_problem(Layout layout, int width, int height) {
   const std::string size = std::to_string(width) + "x" + std::to_string(height);
-  if (width < 1 || height < 1 || width > kMaxSide || height > kMaxSide) {
-    return "frame size " + size + " is out of range (1.." + std::to_string(kMaxSide) + " per side)";
-  }
+  // The largest size is the library's to judge (QLSBP_MAX_FRAME_PIXELS):
+  // opening its session tells.
+  if (width < 1 || height < 1) return "frame size " + size + " is out of range";
   // Chroma comes in pairs of pixels (and, for 4:2:0, pairs of rows): a raw
   // or y4m frame with an odd side has no clear chroma layout. The library
   // itself takes any size, blurring small planes with a folded border.
@@ -75,4 +76,52 @@ std::vector<PlaneSpan> frame_planes(Layout layout, int width, int height) {
   const size_t chroma = luma / 4;
   return {
       {0, height, width}, {luma, height / 2, width / 2}, {luma + chroma, height / 2, width / 2}};
+}
+
+namespace {
+
+// Where the U and V samples of chroma position i live in a dense 4:2:0
+// frame, and how far apart consecutive positions are.
+struct ChromaPlace {
+  size_t u;
+  size_t v;
+  size_t step;
+};
+
+ChromaPlace chroma_place(Layout layout, size_t luma, size_t chroma) {
+  switch (layout) {
+    case Layout::kNV21:
+      return {luma + 1, luma, 2};
+    case Layout::kNV12:
+      return {luma, luma + 1, 2};
+    case Layout::kYV12:
+      return {luma + chroma, luma, 1};
+    case Layout::kI420:
+    case Layout::kYUYV:  // not a 4:2:0 layout; never asked for
+      break;
+  }
+  return {luma, luma + chroma, 1};
+}
+
+}  // namespace
+
+Frame convert_frame(const Frame& frame, Layout layout) {
+  if (frame.layout == layout || !layout_is_420(frame.layout) || !layout_is_420(layout)) {
+    return frame;
+  }
+  Frame out;
+  out.layout = layout;
+  out.width = frame.width;
+  out.height = frame.height;
+  out.data.resize(frame.data.size());
+  const size_t luma = static_cast<size_t>(frame.width) * static_cast<size_t>(frame.height);
+  const size_t chroma = luma / 4;
+  std::copy(frame.data.begin(), frame.data.begin() + luma, out.data.begin());
+  const ChromaPlace from = chroma_place(frame.layout, luma, chroma);
+  const ChromaPlace to = chroma_place(layout, luma, chroma);
+  for (size_t i = 0; i < chroma; ++i) {
+    out.data[to.u + i * to.step] = frame.data[from.u + i * from.step];
+    out.data[to.v + i * to.step] = frame.data[from.v + i * from.step];
+  }
+  return out;
 }

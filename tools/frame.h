@@ -17,6 +17,10 @@ const char* layout_name(Layout layout);
 // 4:2:0 layouts halve the chroma in both directions, YUYV only across.
 bool layout_is_420(Layout layout);
 
+// Whether frames of one layout can be rewritten in the other without loss:
+// the 4:2:0 layouts differ only in the order of their chroma samples.
+bool same_chroma_sampling(Layout a, Layout b);
+
 // Bytes of one dense frame. The caller has checked the size first.
 size_t frame_bytes(Layout layout, int width, int height);
 
@@ -40,5 +44,9 @@ struct PlaneSpan {
 // The planes of a dense frame in storage order (1 for YUYV, 2 for NV21/NV12,
 // 3 for I420/YV12).
 std::vector<PlaneSpan> frame_planes(Layout layout, int width, int height);
+
+// The frame rewritten in another layout of the same chroma sampling
+// (same_chroma_sampling): the same samples, in the other order.
+Frame convert_frame(const Frame& frame, Layout layout);
 
 #endif  // BOKEH_PREVIEW_FRAME_H_

@@ -30,23 +30,29 @@ void print_usage(FILE* out) {
       "\n"
       "Gives a picture or a stream of YUV frames the single-camera bokeh look of\n"
       "libql_single_bokeh_preview: the elliptical focus region stays sharp, the rest\n"
-      "is blurred through a soft band. Frames go through the library's host API\n"
-      "exactly as a camera host would hand them over.\n"
+      "is blurred through a soft band. Frames go through a library session\n"
+      "(qlsbp_session_process) exactly as a camera host would hand them over.\n"
       "\n"
       "INPUT is a PNG or JPEG picture, a YUV4MPEG2 stream (.y4m: C420, C420jpeg,\n"
-      "C420paldv, C420mpeg2 or C422) or raw YUV frames back to back (needs --size),\n"
-      "or '-' for standard input. Without INPUT the built-in sample photo is used.\n"
+      "C420paldv, C420mpeg2 or C422) or raw YUV frames back to back (needs --size;\n"
+      "their layout is --format, else the input's extension .nv21, .nv12, .i420,\n"
+      ".yv12 or .yuyv, else nv21), or '-' for standard input. Without INPUT the\n"
+      "built-in sample photo is used.\n"
       "Without -o, pictures give bokeh.png and bokeh-compare.png (original | mask |\n"
       "result), streams give bokeh.y4m or bokeh.yuv, in the current directory.\n"
       "\n"
       "Options:\n"
-      "  -o, --output PATH       output file; '-' for standard output\n"
+      "  -o, --output PATH       output file; '-' for standard output. Raw outputs\n"
+      "                          named .nv21, .nv12, .i420, .yv12 or .yuyv are\n"
+      "                          written in that layout (4:2:0 orders convert\n"
+      "                          losslessly; 4:2:0 and 4:2:2 do not mix)\n"
       "      --output-format F   png, jpeg, y4m or raw (default: from the output's\n"
       "                          extension, else the input's kind)\n"
       "      --format F          nv21, nv12, i420, yv12 or yuyv: layout of raw input,\n"
-      "                          and the layout pictures are converted to (default\n"
-      "                          nv21); y4m input keeps its own (i420, or yuyv for C422)\n"
-      "      --size WxH          frame size of raw input\n"
+      "                          and the layout pictures are converted to (default:\n"
+      "                          the raw input's or output's extension, else nv21);\n"
+      "                          not for y4m input, which keeps its own\n"
+      "      --size WxH          frame size of raw input (raw input only)\n"
       "      --focus ROW,COL     centre of the focus ellipse (default: frame centre)\n"
       "      --axes ROWS,COLS    semi-axes of the ellipse in pixels (default: a third\n"
       "                          of the frame height and width)\n"
@@ -60,6 +66,16 @@ void print_usage(FILE* out) {
       "                          (default output levels.png)\n"
       "      --mask              write the focus mask as a grey PNG (default mask.png)\n"
       "      --max-width N       shrink picture outputs to at most N pixels wide\n"
+      "                          (PNG and JPEG outputs only)\n"
+      "      --workers N         the session's worker threads; 0 starts threads\n"
+      "                          inside every frame (default: the library's, one per\n"
+      "                          processor); the output is the same either way\n"
+      "      --clean-edges       use the clean focus mask (session option\n"
+      "                          clean_edges): weights clamped to 0..1024 and no\n"
+      "                          seams where the focus region crosses a border. The\n"
+      "                          default is the host API's exact mask, which cameras\n"
+      "                          get byte for byte; it speckles or cuts the sharp\n"
+      "                          region at the side borders\n"
       "  -q, --quiet             no progress bar and no summary\n"
       "  -h, --help              this text\n"
       "      --version           tool and library version\n"
@@ -67,9 +83,10 @@ void print_usage(FILE* out) {
       "Exit status:\n"
       "  0  success\n"
       "  1  input or output error: unreadable, damaged or unsupported input, a frame\n"
-      "     size the pipeline cannot take, a failed write (no output is left behind)\n"
-      "  2  usage error: unknown option, malformed or out-of-range value, output\n"
-      "     path equal to the input (no output is written)\n"
+      "     the library refuses, a failed write (no output file is left behind)\n"
+      "  2  usage error: unknown option, malformed or out-of-range value, an option\n"
+      "     that does not apply to the input or output, output path equal to the\n"
+      "     input (nothing is written)\n"
       "  3  the input ended inside a frame: the whole frames were processed and\n"
       "     written, the short tail was dropped and reported\n"
       "\n"
@@ -83,11 +100,14 @@ void print_usage(FILE* out) {
 
 namespace {
 
+constexpr int kMaxSizeSide = 1 << 27;
+
 // Options that take a value, as "--name VALUE" or "--name=VALUE".
 bool takes_value(const std::string& name) {
   return name == "-o" || name == "--output" || name == "--output-format" || name == "--format" ||
          name == "--size" || name == "--focus" || name == "--axes" || name == "--level" ||
-         name == "--strength" || name == "--pad" || name == "--compare" || name == "--max-width";
+         name == "--strength" || name == "--pad" || name == "--compare" || name == "--max-width" ||
+         name == "--workers";
 }
 
 bool apply_value(const std::string& name, const std::string& value, Options* o,
@@ -107,24 +127,31 @@ bool apply_value(const std::string& name, const std::string& value, Options* o,
     expected = "nv21, nv12, i420, yv12 or yuyv";
     o->layout_given = true;
   } else if (name == "--size") {
-    ok = parse_pair(value, 'x', 1, 16384, &o->width, &o->height);
+    // The library judges the area (QLSBP_MAX_FRAME_PIXELS) when the
+    // session opens; here only each side must be a sane int.
+    ok = parse_pair(value, 'x', 1, kMaxSizeSide, &o->width, &o->height);
     expected = "WIDTHxHEIGHT, e.g. 640x480";
   } else if (name == "--focus") {
-    ok = parse_pair(value, ',', 0, 16383, &o->focus_row, &o->focus_col);
+    ok = parse_pair(value, ',', 0, kMaxSizeSide - 1, &o->focus_row, &o->focus_col);
     expected = "ROW,COL with 0 <= ROW, COL";
     o->focus_given = true;
   } else if (name == "--axes") {
-    ok = parse_pair(value, ',', 1, 16384, &o->axis_rows, &o->axis_cols);
+    ok = parse_pair(value, ',', 1, kMaxSizeSide, &o->axis_rows, &o->axis_cols);
     expected = "ROWS,COLS, both at least 1";
     o->axes_given = true;
   } else if (name == "--level") {
     ok = parse_int(value, 0, 7, &o->level);
+    o->level_given = true;
     expected = "a whole number from 0 to 7";
   } else if (name == "--strength") {
     ok = parse_int(value, 1, 10, &o->strength);
     expected = "a whole number from 1 to 10";
   } else if (name == "--pad") {
     ok = parse_int(value, 0, 4096, &o->pad);
+    o->pad_given = true;
+  } else if (name == "--workers") {
+    ok = parse_int(value, 0, 256, &o->workers);
+    expected = "a whole number from 0 to 256";
     expected = "a whole number from 0 to 4096";
   } else if (name == "--compare") {
     ok = !value.empty();
@@ -191,6 +218,8 @@ bool parse_options(int argc, char** argv, Options* o, std::string* error) {
       o->version = true;
     } else if (arg == "-q" || arg == "--quiet") {
       o->quiet = true;
+    } else if (arg == "--clean-edges") {
+      o->clean_edges = true;
     } else if (arg == "--levels" || arg == "--mask") {
       const Mode mode = arg == "--levels" ? Mode::kLevels : Mode::kMask;
       if (o->mode != Mode::kProcess && o->mode != mode) {

@@ -32,10 +32,14 @@ struct Options {
   int axis_rows = 0;
   int axis_cols = 0;
   int level = 5;
+  bool level_given = false;
   int strength = 3;
   int pad = 0;
+  bool pad_given = false;
+  int workers = -1;   // -1: the session's default
   int max_width = 0;  // 0: pictures keep their size
   bool quiet = false;
+  bool clean_edges = false;  // the clean focus mask, through a library session
   Mode mode = Mode::kProcess;
   bool help = false;
   bool version = false;

@@ -53,6 +53,25 @@ std::string base_of(const std::string& path) {
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+// The file a path finally names: symbolic links are followed one by one (a
+// relative link is read from its own directory), also to a target that does
+// not exist yet, which is then created. Empty with errno set on a loop or an
+// unreadable link.
+std::string final_target(const std::string& path) {
+  std::string at = path;
+  for (int hops = 0; hops < 40; ++hops) {
+    struct stat st;
+    if (lstat(at.c_str(), &st) != 0 || !S_ISLNK(st.st_mode)) return at;
+    std::string link(static_cast<size_t>(st.st_size > 0 ? st.st_size : 4096) + 1, '\0');
+    const ssize_t n = readlink(at.c_str(), &link[0], link.size());
+    if (n < 0) return std::string();
+    link.resize(static_cast<size_t>(n));
+    at = link.empty() || link[0] == '/' ? link : directory_of(at) + "/" + link;
+  }
+  errno = ELOOP;
+  return std::string();
+}
+
 }  // namespace
 
 void install_interrupt_cleanup() {
@@ -76,16 +95,37 @@ OutputFile::~OutputFile() { discard(); }
 
 bool OutputFile::open(const std::string& path, std::string* error) {
   path_ = path;
+  direct_ = true;
   if (is_stdout()) {
     file_ = stdout;
     return true;
   }
+  target_ = final_target(path);
+  if (target_.empty()) {
+    *error = "cannot write " + path + ": " + std::strerror(errno);
+    return false;
+  }
   struct stat st;
-  if (stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+  const bool exists = stat(target_.c_str(), &st) == 0;
+  if (exists && S_ISDIR(st.st_mode)) {
     *error = "cannot write " + path + ": it is a directory";
     return false;
   }
-  std::string temp = directory_of(path) + "/." + base_of(path) + ".partial-XXXXXX";
+  if (exists && !S_ISREG(st.st_mode)) {
+    // A device, FIFO or socket: renaming a file over it would replace the
+    // node itself, so write into it as it is. No O_TRUNC: devices ignore it
+    // at best.
+    const int fd = ::open(target_.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
+    file_ = fd < 0 ? nullptr : fdopen(fd, "wb");
+    if (!file_) {
+      *error = "cannot write " + path + ": " + std::strerror(errno);
+      if (fd >= 0) close(fd);
+      return false;
+    }
+    return true;
+  }
+  direct_ = false;
+  std::string temp = directory_of(target_) + "/." + base_of(target_) + ".partial-XXXXXX";
   const int fd = mkstemp(&temp[0]);
   if (fd < 0) {
     *error = "cannot write " + path + ": " + std::strerror(errno);
@@ -112,22 +152,18 @@ bool OutputFile::commit(std::string* error) {
     *error = "cannot write " + path_ + ": not open";
     return false;
   }
-  if (is_stdout()) {
-    const bool ok = std::fflush(stdout) == 0 && !std::ferror(stdout);
-    file_ = nullptr;
-    if (!ok) *error = "cannot write to standard output: " + std::string(std::strerror(errno));
-    return ok;
-  }
+  const std::string shown = is_stdout() ? std::string("standard output") : path_;
   const bool write_ok = std::fflush(file_) == 0 && !std::ferror(file_);
   const int saved = errno;
-  const bool close_ok = std::fclose(file_) == 0;
+  const bool close_ok = is_stdout() || std::fclose(file_) == 0;
   file_ = nullptr;
   if (!write_ok || !close_ok) {
-    *error = "cannot write " + path_ + ": " + std::strerror(write_ok ? errno : saved);
+    *error = "cannot write " + shown + ": " + std::strerror(write_ok ? errno : saved);
     discard();
     return false;
   }
-  if (std::rename(temp_path_.c_str(), path_.c_str()) != 0) {
+  if (direct_) return true;
+  if (std::rename(temp_path_.c_str(), target_.c_str()) != 0) {
     *error = "cannot write " + path_ + ": " + std::strerror(errno);
     discard();
     return false;

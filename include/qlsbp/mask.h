@@ -32,6 +32,26 @@
 QLSBP_API void gen_ellipse4(unsigned short* mask, int cy, int cx, int a, int b, int t, int height,
                             int width);
 
+// The focus mask of gen_ellipse4 without its edge artifacts, for callers not
+// bound to the exact mask's bytes (sessions with the clean_edges option).
+// Same arguments, ellipses, band and linear ramp, and the caller clears the
+// mask first likewise. Differences:
+// - every weight is clamped to 0..1024 (no overshoot just inside the inner
+//   ellipse, where the blend would wrap);
+// - every column gets the value of its own position: no running index, so an
+//   ellipse cut by the left border has no shifted edge values and no column
+//   of 0 inside the sharp region;
+// - the limits are clipped to the image only after the runs are formed, so
+//   the last column of a row cut by the right border gets 1024 or its ramp
+//   value like its neighbours, not the exact mask's 0 or unclamped value.
+// Hence each row falls monotonically from its run of 1024 outwards. In rows
+// whose limits lie inside the image at least two columns apart, the result
+// equals gen_ellipse4 wherever that one lies within 0..1024. Invalid axes,
+// t = 0, huge coordinates and sizes below 1 are handled as in gen_ellipse4;
+// a null mask writes nothing.
+QLSBP_API void gen_ellipse4_clean(unsigned short* mask, int cy, int cx, int a, int b, int t,
+                                  int height, int width);
+
 // Per-pixel count of the pixels that a (2ry+1) x (2rx+1) box covers. Per axis:
 // r + 1 + i while i <= r (the far border is ignored there on purpose, so small
 // planes get counts above the real coverage), 2r + 1 in the middle, n + r - i

@@ -1,22 +1,29 @@
-// The four host entry points and the process-wide session.
+// The four host entry points: a thin layer over one process-wide session.
 //
-// One session at a time: the frame processor in `pData` and the dense work
-// buffer in `idat_pv`. Every frame is packed into the buffer, processed there
-// in place and unpacked into the caller's planes. Beyond what the processor
-// itself does, this file keeps the library inside its own buffers: a frame is
-// only packed when its (even) size matches the processor and its layout fits
-// the buffer that was allocated for the session; anything else passes
-// through untouched.
-#include <climits>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <new>
+// The session's frame processor is published in `pData` and its dense work
+// buffer in `idat_pv`, created by the set-up and released by the tear-down,
+// as hosts have always seen them. Frames run on threads started and joined
+// inside the call, so nothing of the library runs between calls.
+//
+// Beyond what the processor itself does, this layer keeps the library inside
+// its own buffers: a frame is only packed when its (even) size is the
+// session's and its layout is the set-up's; anything else passes through
+// untouched and leaves the session as it was.
+//
+// The host is meant to serialise the entry points; a host that does not must
+// still not crash the library. A frame that arrives while another call is
+// inside the library is refused (it passes through) rather than waited for,
+// so that a camera thread is never blocked; set-up and tear-down wait for a
+// call in flight, so the session is never freed under a running frame.
+#include "session/session_internal.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
 
 #include "api/frame_param.h"
 #include "api/log.h"
 #include "ql_single_bokeh_preview.h"
-#include "qlsbp/packing.h"
 #include "qlsbp/sb_data.h"
 
 SBData* pData = nullptr;
@@ -24,49 +31,44 @@ unsigned char* idat_pv = nullptr;
 
 namespace {
 
-// The work buffer this library allocated and its size, so that a frame of a
-// layout needing more (code 4 in a session opened for code 2) is refused
-// instead of overrunning it.
-struct PvBufferRecord {
-  const unsigned char* buffer;
-  size_t bytes;
-};
-PvBufferRecord g_buffer = {nullptr, 0};
+qlsbp_session* g_session = nullptr;
 
-// Dense bytes of a frame of an even size; 0 for codes that are never packed.
-size_t dense_frame_bytes(int code, int rows, int cols) {
-  const size_t n = static_cast<size_t>(rows) * static_cast<size_t>(cols);
-  if (code == 4) return 2 * n;
-  if (code == 2 || code == 3) return (3 * n) >> 1;
-  return 0;
+// True while an entry point works on the session.
+std::atomic<bool> g_in_call{false};
+// Where set-up and tear-down wait for a call to leave.
+std::mutex g_wait_mutex;
+std::condition_variable g_left;
+
+bool try_enter() { return !g_in_call.exchange(true, std::memory_order_acquire); }
+
+void enter_waiting() {
+  std::unique_lock<std::mutex> lock(g_wait_mutex);
+  g_left.wait(lock, [] { return try_enter(); });
 }
 
-// The work buffer is sized by the set-up's layout code; any code other
-// than 4 gets the 4:2:0 size.
-size_t session_buffer_bytes(int code, int rows, int cols) {
-  return dense_frame_bytes(code == 4 ? 4 : 2, rows, cols);
+void leave() {
+  g_in_call.store(false, std::memory_order_release);
+  // Taking the mutex once orders the store before a waiter's next check, so
+  // its wake-up cannot be lost.
+  { std::lock_guard<std::mutex> lock(g_wait_mutex); }
+  g_left.notify_all();
 }
 
-// The processor keeps 15 bytes of arena per pixel and counts them in 32-bit
-// integers; larger frames, and frames without an even 2 x 2 part, get no
-// session.
-bool session_size_ok(int rows, int cols) {
-  if (rows < 2 || cols < 2) return false;
-  return static_cast<int64_t>(rows) * cols * 15 <= INT_MAX;
+bool known_layout(int code) {
+  return code == QL_FORMAT_YUV420_SEMIPLANAR || code == QL_FORMAT_YUV420_PLANAR ||
+         code == QL_FORMAT_YUYV422;
 }
 
-int even_part(int size) { return size & ~1; }
-
-bool session_is_open() {
-  return pData != nullptr && pData->memBase != nullptr && idat_pv != nullptr &&
-         idat_pv == g_buffer.buffer;
-}
-
-// `even` is the caller's descriptor cut to its even part.
-bool frame_fits_session(const __tag_QL_IMAGEINFO& even) {
-  if (!session_is_open()) return false;
-  if (even.height != pData->rows || even.width != pData->cols) return false;
-  return dense_frame_bytes(even.format, even.height, even.width) <= g_buffer.bytes;
+// `even` is the caller's descriptor cut to its even part. The globals must
+// still be the session's own (a host must not assign them).
+bool frame_fits_session(const QL_IMAGEINFO& even) {
+  const qlsbp_session* s = g_session;
+  if (s == nullptr || pData != s->processor || idat_pv != s->buffer) return false;
+  if (even.height != s->processor->rows || even.width != s->processor->cols) return false;
+  // A known layout other than the set-up's would meet task records, masks
+  // and a buffer made for another chroma geometry. Unknown codes are never
+  // packed: they pass through with the processor's long-standing bookkeeping.
+  return !known_layout(even.format) || even.format == s->format;
 }
 
 }  // namespace
@@ -77,21 +79,25 @@ int sb_top_pv_initial(__tag_QL_IMAGEINFO* image) {
   pv_log_banner("Quillon Single Bokeh Version 6.0 For Preview -2018.03.22:  \n");
   pv_log_banner("Preview Init:  \n");
   if (image == nullptr) return 0;
+  if (session_check_size(image->width, image->height) != QLSBP_OK) return 0;
 
-  const int code = image->format;
-  const int rows = even_part(image->height);
-  const int cols = even_part(image->width);
-  if (image->height < 2 || image->width < 2 || !session_size_ok(rows, cols)) return 0;
-
-  // Whatever already exists is kept as it is, whatever size it was made
-  // for: set-up never resizes, a host closes the session to change size.
-  if (pData == nullptr) pData = new (std::nothrow) SBData(rows, cols);
-  if (idat_pv != nullptr) return 0;
-
-  const size_t bytes = session_buffer_bytes(code, rows, cols);
-  idat_pv = static_cast<unsigned char*>(calloc(bytes, 1));
-  g_buffer.buffer = idat_pv;
-  g_buffer.bytes = idat_pv != nullptr ? bytes : 0;
+  enter_waiting();
+  // An open session is kept as it is, whatever size it was made for: set-up
+  // never resizes, a host closes the session to change size. The session is
+  // made whole or not at all, so a failed set-up leaves nothing behind.
+  if (g_session == nullptr) {
+    qlsbp_session_options options;
+    qlsbp_session_options_init(&options);
+    options.workers = 0;
+    options.engine = QLSBP_ENGINE_REFERENCE;
+    options.clean_edges = 0;
+    if (session_create(&g_session, image->format, image->width, image->height, options) ==
+        QLSBP_OK) {
+      pData = g_session->processor;
+      idat_pv = g_session->buffer;
+    }
+  }
+  leave();
   return 0;
 }
 
@@ -108,32 +114,25 @@ int sb_top_pv_processer(__tag_QL_IMAGEINFO* image, __tag_QL_BokehParam* param) {
   // strides, the last row and column stay as they came.
   if (image->width < 2 || image->height < 2) return 0;
   __tag_QL_IMAGEINFO even = *image;
-  even.width = even_part(image->width);
-  even.height = even_part(image->height);
-  if (!frame_fits_session(even)) return 0;
+  even.width = image->width & ~1;
+  even.height = image->height & ~1;
 
+  if (!try_enter()) return 0;  // another call is inside: pass through
   // Packing refuses unknown codes and code 3 frames with unequal chroma
-  // strides; the pipeline then runs on what the buffer holds (or returns at
-  // once for unknown codes) and unpacking refuses the frame in the same way,
-  // so the caller's frame is unchanged.
-  img_move_stride(&even, idat_pv);
-  // The pipeline reads the record as its eleven integers in order.
-  pData->DataProcessor(idat_pv, idat_pv, even.height, even.width, even.stride[0], even.format,
-                       reinterpret_cast<int*>(&frame), factor);
-  img_add_stride(&even, idat_pv);
+  // strides; the processor then runs its state step on what the buffer holds
+  // (or stops before any pixel work for unknown codes) and unpacking refuses
+  // the frame in the same way, so the caller's frame is unchanged.
+  if (frame_fits_session(even)) session_run_frame(g_session, &even, &frame, factor);
+  leave();
   return 0;
 }
 
 int sb_top_pv_deinit(void) {
-  if (pData != nullptr) {
-    delete pData;
-    pData = nullptr;
-  }
-  if (idat_pv != nullptr) {
-    free(idat_pv);
-    idat_pv = nullptr;
-  }
-  g_buffer.buffer = nullptr;
-  g_buffer.bytes = 0;
+  enter_waiting();
+  session_destroy(g_session);
+  g_session = nullptr;
+  pData = nullptr;
+  idat_pv = nullptr;
+  leave();
   return 0;
 }

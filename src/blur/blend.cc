@@ -50,9 +50,9 @@ void blend_alpha_row_c(uint8_t* dst, const uint8_t* first, const uint8_t* second
 }
 
 #if QLSBP_HAVE_SSE2
-#define QLSBP_BLEND_PICK(name) (qlsbp_simd_enabled() ? name##_sse2 : name##_c)
+#define QLSBP_BLEND_PICK(name) (qlsbp_cpu_has(kCpuHasSSE2) ? name##_sse2 : name##_c)
 #elif QLSBP_HAVE_NEON
-#define QLSBP_BLEND_PICK(name) (qlsbp_simd_enabled() ? name##_neon : name##_c)
+#define QLSBP_BLEND_PICK(name) (qlsbp_cpu_has(kCpuHasNEON) ? name##_neon : name##_c)
 #else
 #define QLSBP_BLEND_PICK(name) (name##_c)
 #endif

@@ -4,11 +4,14 @@
 // 64-bit integral image), enlarge back when blurring at half resolution, then
 // blend blurred and sharp under the focus mask. The worker owns nothing but
 // its kernel taps; every plane and table comes in the task record.
+#include "blur/build_blur.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
 
+#include "gaussian/threaded_filter.h"
 #include "qlsbp/blur.h"
 #include "qlsbp/gaussian.h"
 #include "qlsbp/sb_data.h"
@@ -63,7 +66,7 @@ void box_mean(unsigned char* dst, const u64* ii, const unsigned* count, int h, i
   }
 }
 
-void gaussian_blur(const SBPlaneTask& t, int h, int w) {
+void gaussian_blur(const SBPlaneTask& t, int h, int w, qlsbp::Executor& executor) {
   const int ksize = t.kernelSize;
   if (ksize < 1) return;  // no kernel: the plane stays unblurred
   int* taps = static_cast<int*>(calloc(static_cast<size_t>(ksize), sizeof(int)));
@@ -71,15 +74,11 @@ void gaussian_blur(const SBPlaneTask& t, int h, int w) {
   init_gaussian_kernel(taps, t.factor, ksize, 1, 0, 1024.0f);
   // The filters specialised for 61 and 21 taps serve the half-resolution
   // path only; full resolution always takes the general filter.
-  if (t.blurOption == 0) {
-    gaussian_filter_for_int_image_common(t.dst, h, w, ksize, taps, t.mem);
-  } else if (ksize == 61) {
-    gaussian_filter_for_int_image_61x61(t.small, h, w, 61, taps, t.mem);
-  } else if (ksize == 21) {
-    gaussian_filter_for_int_image_21x21(t.small, h, w, 21, taps, t.mem);
-  } else {
-    gaussian_filter_for_int_image_common(t.small, h, w, ksize, taps, t.mem);
-  }
+  unsigned char* plane = t.blurOption == 0 ? t.dst : t.small;
+  GaussianFilterKind kind = GaussianFilterKind::kCommon;
+  if (t.blurOption != 0 && ksize == 61) kind = GaussianFilterKind::k61x61;
+  if (t.blurOption != 0 && ksize == 21) kind = GaussianFilterKind::k21x21;
+  gaussian_filter_int_image(plane, h, w, ksize, taps, t.mem, kind, executor);
   free(taps);
 }
 
@@ -122,11 +121,10 @@ void halve_within_plane(unsigned char* small, unsigned char* src, int H, int W, 
 
 }  // namespace
 
-void* build_blur_image2(void* arg) {
-  const SBPlaneTask* task = static_cast<const SBPlaneTask*>(arg);
+void build_blur_plane(const SBPlaneTask* task, qlsbp::Executor& executor) {
   if (task == nullptr || task->dst == nullptr || task->src == nullptr || task->planeRows < 1 ||
       task->planeCols < 1) {
-    return nullptr;
+    return;
   }
   const SBPlaneTask& t = *task;
   const int H = t.planeRows;
@@ -151,7 +149,7 @@ void* build_blur_image2(void* arg) {
   if (!half) memcpy(t.dst, t.src, n);
 
   if (t.useGaussian != 0) {
-    gaussian_blur(t, h, w);
+    gaussian_blur(t, h, w, executor);
   } else if (t.wide != nullptr && t.range != nullptr) {
     box_mean(t.dst, t.wide, t.range, h, w, t.radiusRows, t.radiusCols);
   }
@@ -161,5 +159,10 @@ void* build_blur_image2(void* arg) {
     fill_tail_sharp(t, static_cast<size_t>(4) * h * w, n);
   }
   img_blend_neon(t.dst, t.dst, t.src, t.mask, static_cast<int>(n));
+}
+
+void* build_blur_image2(void* arg) {
+  qlsbp::PerCallExecutor threads;
+  build_blur_plane(static_cast<const SBPlaneTask*>(arg), threads);
   return nullptr;
 }

@@ -32,9 +32,9 @@ void upscale2x_row_c(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8_t*
 }
 
 #if QLSBP_HAVE_SSE2
-#define QLSBP_RESAMPLE_PICK(name) (qlsbp_simd_enabled() ? name##_sse2 : name##_c)
+#define QLSBP_RESAMPLE_PICK(name) (qlsbp_cpu_has(kCpuHasSSE2) ? name##_sse2 : name##_c)
 #elif QLSBP_HAVE_NEON
-#define QLSBP_RESAMPLE_PICK(name) (qlsbp_simd_enabled() ? name##_neon : name##_c)
+#define QLSBP_RESAMPLE_PICK(name) (qlsbp_cpu_has(kCpuHasNEON) ? name##_neon : name##_c)
 #else
 #define QLSBP_RESAMPLE_PICK(name) (name##_c)
 #endif

@@ -38,9 +38,9 @@ void join_uv_row_c(uint8_t* uv, const uint8_t* u, const uint8_t* v, int n) {
 }
 
 #if QLSBP_HAVE_SSE2
-#define QLSBP_CONVERT_PICK(name) (qlsbp_simd_enabled() ? name##_sse2 : name##_c)
+#define QLSBP_CONVERT_PICK(name) (qlsbp_cpu_has(kCpuHasSSE2) ? name##_sse2 : name##_c)
 #elif QLSBP_HAVE_NEON
-#define QLSBP_CONVERT_PICK(name) (qlsbp_simd_enabled() ? name##_neon : name##_c)
+#define QLSBP_CONVERT_PICK(name) (qlsbp_cpu_has(kCpuHasNEON) ? name##_neon : name##_c)
 #else
 #define QLSBP_CONVERT_PICK(name) (name##_c)
 #endif

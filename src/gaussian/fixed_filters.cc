@@ -106,9 +106,9 @@ void float_taps_row_c(uint8_t* dst, const uint8_t* src, int step, const float* k
 void float_taps_row(uint8_t* dst, const uint8_t* src, int step, const float* kernel, int ksize,
                     int n) {
 #if QLSBP_HAVE_SSE2
-  if (qlsbp_simd_enabled()) return float_taps_row_sse2(dst, src, step, kernel, ksize, n);
+  if (qlsbp_cpu_has(kCpuHasSSE2)) return float_taps_row_sse2(dst, src, step, kernel, ksize, n);
 #elif QLSBP_HAVE_FLOAT_TAPS_NEON
-  if (qlsbp_simd_enabled()) return float_taps_row_neon(dst, src, step, kernel, ksize, n);
+  if (qlsbp_cpu_has(kCpuHasNEON)) return float_taps_row_neon(dst, src, step, kernel, ksize, n);
 #endif
   float_taps_row_c(dst, src, step, kernel, ksize, n);
 }

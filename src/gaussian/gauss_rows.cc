@@ -43,23 +43,39 @@ bool gauss_taps_fit_vector(const int* kernel, int ksize) {
   return (high >> 16) == 0;
 }
 
+GaussVerticalRowFn gauss_vertical_row_pick() {
+#if QLSBP_HAVE_AVX2
+  if (qlsbp_cpu_has(kCpuHasAVX2)) return gauss_vertical_row_avx2;
+#endif
+#if QLSBP_HAVE_SSE2
+  if (qlsbp_cpu_has(kCpuHasSSE2)) return gauss_vertical_row_sse2;
+#endif
+#if QLSBP_HAVE_NEON
+  if (qlsbp_cpu_has(kCpuHasNEON)) return gauss_vertical_row_neon;
+#endif
+  return gauss_vertical_row_c;
+}
+
+GaussHorizontalRowFn gauss_horizontal_row_pick() {
+#if QLSBP_HAVE_AVX2
+  if (qlsbp_cpu_has(kCpuHasAVX2)) return gauss_horizontal_row_avx2;
+#endif
+#if QLSBP_HAVE_SSE2
+  if (qlsbp_cpu_has(kCpuHasSSE2)) return gauss_horizontal_row_sse2;
+#endif
+#if QLSBP_HAVE_NEON
+  if (qlsbp_cpu_has(kCpuHasNEON)) return gauss_horizontal_row_neon;
+#endif
+  return gauss_horizontal_row_c;
+}
+
 void gauss_vertical_row(uint8_t* dst, const uint8_t* src, const int* row_offsets, const int* kernel,
                         int ksize, int n) {
-#if QLSBP_HAVE_SSE2
-  if (qlsbp_simd_enabled()) return gauss_vertical_row_sse2(dst, src, row_offsets, kernel, ksize, n);
-#elif QLSBP_HAVE_NEON
-  if (qlsbp_simd_enabled()) return gauss_vertical_row_neon(dst, src, row_offsets, kernel, ksize, n);
-#endif
-  gauss_vertical_row_c(dst, src, row_offsets, kernel, ksize, n);
+  gauss_vertical_row_pick()(dst, src, row_offsets, kernel, ksize, n);
 }
 
 void gauss_horizontal_row(uint8_t* dst, const uint8_t* src, const int* kernel, int ksize, int n) {
-#if QLSBP_HAVE_SSE2
-  if (qlsbp_simd_enabled()) return gauss_horizontal_row_sse2(dst, src, kernel, ksize, n);
-#elif QLSBP_HAVE_NEON
-  if (qlsbp_simd_enabled()) return gauss_horizontal_row_neon(dst, src, kernel, ksize, n);
-#endif
-  gauss_horizontal_row_c(dst, src, kernel, ksize, n);
+  gauss_horizontal_row_pick()(dst, src, kernel, ksize, n);
 }
 
 int gauss_mirror(int i, int n) {

@@ -3,8 +3,8 @@
 // Taps are symmetric and sum to 1024, so an output is
 //   (k[r] * p[r] + sum_{d<r} k[d] * (p[d] + p[ksize-1-d])) >> 10
 // with r = ksize >> 1, 32-bit sums and truncation (no rounding term). The
-// scalar functions are the reference; the _sse2 and _neon twins give the same
-// bytes. All take the destination first and write n outputs.
+// scalar functions are the reference; the _sse2, _avx2 and _neon twins give
+// the same bytes. All take the destination first and write n outputs.
 //
 // Arbitrary taps are allowed: products and sums are unsigned 32-bit and wrap,
 // and the output byte is the low 8 bits of (sum >> 10), so no input can reach
@@ -30,6 +30,10 @@ void gauss_vertical_row_sse2(uint8_t* dst, const uint8_t* src, const int* row_of
                              const int* kernel, int ksize, int n);
 void gauss_horizontal_row_sse2(uint8_t* dst, const uint8_t* src, const int* kernel, int ksize,
                                int n);
+void gauss_vertical_row_avx2(uint8_t* dst, const uint8_t* src, const int* row_offsets,
+                             const int* kernel, int ksize, int n);
+void gauss_horizontal_row_avx2(uint8_t* dst, const uint8_t* src, const int* kernel, int ksize,
+                               int n);
 void gauss_vertical_row_neon(uint8_t* dst, const uint8_t* src, const int* row_offsets,
                              const int* kernel, int ksize, int n);
 void gauss_horizontal_row_neon(uint8_t* dst, const uint8_t* src, const int* kernel, int ksize,
@@ -39,8 +43,16 @@ constexpr int kGaussVectorMaxTaps = 255;
 // True when the vector twins can take these taps (see above).
 bool gauss_taps_fit_vector(const int* kernel, int ksize);
 
-// The variants this build and environment select (scalar under
-// QLSBP_FORCE_SCALAR).
+using GaussVerticalRowFn = void (*)(uint8_t* dst, const uint8_t* src, const int* row_offsets,
+                                    const int* kernel, int ksize, int n);
+using GaussHorizontalRowFn = void (*)(uint8_t* dst, const uint8_t* src, const int* kernel,
+                                      int ksize, int n);
+
+// The variants this build, CPU and environment select (scalar under
+// QLSBP_FORCE_SCALAR): drivers fetch one per plane or strip and loop.
+GaussVerticalRowFn gauss_vertical_row_pick();
+GaussHorizontalRowFn gauss_horizontal_row_pick();
+// One row through the selected variant.
 void gauss_vertical_row(uint8_t* dst, const uint8_t* src, const int* row_offsets, const int* kernel,
                         int ksize, int n);
 void gauss_horizontal_row(uint8_t* dst, const uint8_t* src, const int* kernel, int ksize, int n);

@@ -3,9 +3,14 @@
 // A call blurs the plane in two passes: rows into a temporary image, then
 // columns back into the plane. The interior of each pass (every output whose
 // whole kernel lies inside the image) is cut into strips that run on worker
-// threads; the border outputs, which need mirrored indices, are computed on
+// threads (started per call for the exported filters, a session's workers
+// otherwise); the border outputs, which need mirrored indices, are computed on
 // the calling thread afterwards. All scratch comes from the arena, taken up
 // front so that a too small arena is noticed before the plane is touched.
+#include "gaussian/threaded_filter.h"
+
+#include <pthread.h>
+
 #include <climits>
 #include <cstddef>
 #include <cstdint>
@@ -13,7 +18,7 @@
 
 #include "gaussian/gauss_rows.h"
 #include "qlsbp/gaussian.h"
-#include "threads/parallel.h"
+#include "threads/executor.h"
 
 namespace {
 
@@ -120,10 +125,11 @@ void horizontal_border_span(uint8_t* img, const uint8_t* tmp, int height, int wi
   int index[kBorderLine];
   uint8_t line[kBorderLine];
   for (int j = 0; j < len; ++j) index[j] = gauss_mirror(a - r + j, width);
+  const GaussHorizontalRowFn row_kernel = gauss_horizontal_row_pick();
   for (int y = 0; y < height; ++y) {
     const uint8_t* row = tmp + static_cast<ptrdiff_t>(y) * width;
     for (int j = 0; j < len; ++j) line[j] = row[index[j]];
-    gauss_horizontal_row(img + static_cast<ptrdiff_t>(y) * width + a, line, kernel, ksize, b - a);
+    row_kernel(img + static_cast<ptrdiff_t>(y) * width + a, line, kernel, ksize, b - a);
   }
 }
 
@@ -172,9 +178,27 @@ GaussianThreadArg strip_arg(uint8_t* src, uint8_t* dst, const int* kernel, int* 
   return a;
 }
 
+// One pass's strips on the executor. The thread handles granted for the pass
+// stay part of the arena accounting whichever executor runs the strips.
+struct StripBatch {
+  void* (*body)(void*);
+  GaussianThreadArg* args;
+};
+
+void run_strip(void* ctx, int index) {
+  const StripBatch* b = static_cast<const StripBatch*>(ctx);
+  b->body(&b->args[index]);
+}
+
+void run_strips(qlsbp::Executor& executor, void* (*body)(void*), GaussianThreadArg* args,
+                int strips) {
+  StripBatch batch{body, args};
+  executor.run(strips, run_strip, &batch);
+}
+
 // Interior rows: output row y + r of tmp from input rows y .. y + 2r.
 void vertical_pass(uint8_t* img, int height, int width, int ksize, const int* kernel,
-                   const FilterVariant& v, const FilterScratch& s) {
+                   const FilterVariant& v, const FilterScratch& s, qlsbp::Executor& executor) {
   const int r = ksize >> 1;
   const int interior = height - 2 * r > 0 ? height - 2 * r : 0;
   if (interior == 0) return;
@@ -186,8 +210,7 @@ void vertical_pass(uint8_t* img, int height, int width, int ksize, const int* ke
     new (&s.vertical_args[i])
         GaussianThreadArg(strip_arg(src, dst, kernel, s.row_offsets, len, width, width, ksize));
   }
-  qlsbp_run_parallel(v.vertical, s.vertical_args, sizeof(GaussianThreadArg), v.strips,
-                     s.vertical_handles);
+  run_strips(executor, v.vertical, s.vertical_args, v.strips);
 }
 
 void vertical_border(uint8_t* img, int height, int width, int ksize, const int* kernel,
@@ -207,7 +230,7 @@ void vertical_border(uint8_t* img, int height, int width, int ksize, const int* 
 // Interior columns: output column x + r of img from columns x .. x + 2r of
 // tmp, for every row.
 void horizontal_pass(uint8_t* img, int height, int width, int ksize, const int* kernel,
-                     const FilterVariant& v, const FilterScratch& s) {
+                     const FilterVariant& v, const FilterScratch& s, qlsbp::Executor& executor) {
   const int r = ksize >> 1;
   const int interior = width - 2 * r > 0 ? width - 2 * r : 0;
   if (interior == 0) return;
@@ -218,8 +241,7 @@ void horizontal_pass(uint8_t* img, int height, int width, int ksize, const int* 
         s.tmp + first, img + r + first, kernel, s.row_offsets, height, len, width, ksize));
   }
   if (v.threaded_horizontal) {
-    qlsbp_run_parallel(v.horizontal, s.horizontal_args, sizeof(GaussianThreadArg), v.strips,
-                       s.horizontal_handles);
+    run_strips(executor, v.horizontal, s.horizontal_args, v.strips);
   } else {
     // The general filter runs its column strips one after the other here.
     for (int i = 0; i < v.strips; ++i) v.horizontal(&s.horizontal_args[i]);
@@ -247,7 +269,7 @@ void horizontal_border(uint8_t* img, int height, int width, int ksize, const int
 }
 
 int filter_plane(uint8_t* img, int height, int width, int ksize, const int* kernel, QLMemInfoT* mem,
-                 const FilterVariant& v) {
+                 const FilterVariant& v, qlsbp::Executor& executor) {
   if (ksize < 1) return 1;
   if (height <= 0 || width <= 0) return (ksize & 1) ? 0 : 1;
   if (img == nullptr || kernel == nullptr || mem == nullptr) return 1;
@@ -281,37 +303,53 @@ int filter_plane(uint8_t* img, int height, int width, int ksize, const int* kern
   if ((ksize & 1) == 0) return 1;
   if (!take_pass_scratch(mem, v, &s, &local)) return 1;
 
-  vertical_pass(img, height, width, ksize, kernel, v, s);
+  vertical_pass(img, height, width, ksize, kernel, v, s, executor);
   vertical_border(img, height, width, ksize, kernel, s);
   // The horizontal pass writes every column of img from tmp, interior and
   // border alike, so img needs no copy of tmp in between.
-  horizontal_pass(img, height, width, ksize, kernel, v, s);
+  horizontal_pass(img, height, width, ksize, kernel, v, s, executor);
   horizontal_border(img, height, width, ksize, kernel, s);
   return 0;
 }
 
 }  // namespace
 
+int gaussian_filter_int_image(unsigned char* img, int height, int width, int ksize,
+                              const int* kernel, QLMemInfoT* mem, GaussianFilterKind kind,
+                              qlsbp::Executor& executor) {
+  // The 61- and 21-tap bodies serve only their own tap count.
+  FilterVariant v{5, false, thread_vertical_gaussian, thread_horizon_gaussian};
+  if (kind == GaussianFilterKind::k61x61) {
+    const bool own = ksize == 61;
+    v = FilterVariant{7, true, own ? thread_vertical_gaussian_61 : thread_vertical_gaussian,
+                      own ? thread_horizon_gaussian_61 : thread_horizon_gaussian};
+  } else if (kind == GaussianFilterKind::k21x21) {
+    const bool own = ksize == 21;
+    v = FilterVariant{7, true, own ? thread_vertical_gaussian_21 : thread_vertical_gaussian,
+                      own ? thread_horizon_gaussian_21 : thread_horizon_gaussian};
+  }
+  return filter_plane(img, height, width, ksize, kernel, mem, v, executor);
+}
+
 int gaussian_filter_for_int_image_61x61(unsigned char* img, int height, int width, int ksize,
                                         const int* kernel, QLMemInfoT* mem) {
-  const bool own = ksize == 61;
-  const FilterVariant v{7, true, own ? thread_vertical_gaussian_61 : thread_vertical_gaussian,
-                        own ? thread_horizon_gaussian_61 : thread_horizon_gaussian};
-  return filter_plane(img, height, width, ksize, kernel, mem, v);
+  qlsbp::PerCallExecutor threads;
+  return gaussian_filter_int_image(img, height, width, ksize, kernel, mem,
+                                   GaussianFilterKind::k61x61, threads);
 }
 
 int gaussian_filter_for_int_image_21x21(unsigned char* img, int height, int width, int ksize,
                                         const int* kernel, QLMemInfoT* mem) {
-  const bool own = ksize == 21;
-  const FilterVariant v{7, true, own ? thread_vertical_gaussian_21 : thread_vertical_gaussian,
-                        own ? thread_horizon_gaussian_21 : thread_horizon_gaussian};
-  return filter_plane(img, height, width, ksize, kernel, mem, v);
+  qlsbp::PerCallExecutor threads;
+  return gaussian_filter_int_image(img, height, width, ksize, kernel, mem,
+                                   GaussianFilterKind::k21x21, threads);
 }
 
 int gaussian_filter_for_int_image_common(unsigned char* img, int height, int width, int ksize,
                                          const int* kernel, QLMemInfoT* mem) {
-  const FilterVariant v{5, false, thread_vertical_gaussian, thread_horizon_gaussian};
-  return filter_plane(img, height, width, ksize, kernel, mem, v);
+  qlsbp::PerCallExecutor threads;
+  return gaussian_filter_int_image(img, height, width, ksize, kernel, mem,
+                                   GaussianFilterKind::kCommon, threads);
 }
 
 unsigned long long gaussian_filter_arena_bytes(int height, int width, int ksize) {

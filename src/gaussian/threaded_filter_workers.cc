@@ -15,9 +15,10 @@ void* thread_vertical_gaussian(void* arg) {
   const GaussianThreadArg* a = static_cast<const GaussianThreadArg*>(arg);
   if (a == nullptr) return nullptr;
   // The vertical strip is packed: its pitch is the row length.
+  const GaussVerticalRowFn row = gauss_vertical_row_pick();
   for (int y = 0; y < a->rows; ++y) {
     const ptrdiff_t at = static_cast<ptrdiff_t>(y) * a->cols;
-    gauss_vertical_row(a->dst + at, a->src + at, a->row_offsets, a->kernel, a->ksize, a->cols);
+    row(a->dst + at, a->src + at, a->row_offsets, a->kernel, a->ksize, a->cols);
   }
   return nullptr;
 }
@@ -25,9 +26,10 @@ void* thread_vertical_gaussian(void* arg) {
 void* thread_horizon_gaussian(void* arg) {
   const GaussianThreadArg* a = static_cast<const GaussianThreadArg*>(arg);
   if (a == nullptr) return nullptr;
+  const GaussHorizontalRowFn row = gauss_horizontal_row_pick();
   for (int y = 0; y < a->rows; ++y) {
     const ptrdiff_t at = static_cast<ptrdiff_t>(y) * a->stride;
-    gauss_horizontal_row(a->dst + at, a->src + at, a->kernel, a->ksize, a->cols);
+    row(a->dst + at, a->src + at, a->kernel, a->ksize, a->cols);
   }
   return nullptr;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ql_single_bokeh_preview.h"
 #include "qlsbp/gaussian.h"
 
 namespace {
@@ -21,7 +22,9 @@ ArenaPlan arena_plan(int rows, int cols) {
   ArenaPlan plan{false, 0, 0};
   if (rows <= 0 || cols <= 0) return plan;
   const u64 n = static_cast<u64>(rows) * static_cast<u64>(cols);
-  if (n > static_cast<u64>(INT_MAX) / 16) return plan;
+  // The library's frame limit: 15 bytes per pixel of it still count in a
+  // 32-bit int, so every offset into the arena does.
+  if (n > static_cast<u64>(QLSBP_MAX_FRAME_PIXELS)) return plan;
   const u64 fixed = 10 * n + 3 * (n >> 2);
   const u64 align = alignof(QLMemInfoT);
   plan.record_pad = static_cast<unsigned>((align - fixed % align) % align);

@@ -22,7 +22,7 @@
 constexpr int kNoCachedLevel = INT_MIN;
 
 struct ArenaPlan {
-  bool ok;              // false: the frame is empty or too large for a 32-bit arena
+  bool ok;              // false: the frame is empty or above QLSBP_MAX_FRAME_PIXELS
   unsigned capacity;    // arena bytes
   unsigned record_pad;  // padding before the three task views
 };

@@ -275,17 +275,18 @@ TEST_F(Session, FramesPassUntouchedWheneverTheyCannotBeProcessed) {
   open(3, 64, 48);
   expect_untouched("null param", nullptr);
   expect_untouched("level 0", &low);
-  // Layout 2 and unknown codes size the buffer for 4:2:0: packed 4:2:2 needs
-  // more and passes; a session for layout 4 has room for 4:2:0 frames too.
-  for (int opened : {2, 5, 4}) {
+  // Only frames of the set-up's layout are processed: another layout would
+  // meet masks, task records and a buffer made for other chroma planes. A
+  // set-up with an unknown code sizes a 4:2:0 buffer but processes nothing.
+  for (int opened : {2, 3, 4, 5}) {
     sb_top_pv_deinit();
     open(opened, 64, 48);
-    Frame packed(4, 64, 48, 0, 0, 5), planar(3, 64, 48, 0, 0, 6);
-    const std::vector<Bytes> packed_before = packed.snapshot(), planar_before = planar.snapshot();
-    sb_top_pv_processer(&packed.info, &param);
-    sb_top_pv_processer(&planar.info, &param);
-    EXPECT_EQ(opened != 4, packed_before == packed.snapshot()) << "opened for " << opened;
-    EXPECT_NE(planar_before, planar.snapshot()) << "opened for " << opened;
+    for (int format = 2; format <= 4; ++format) {
+      Frame f(format, 64, 48, 0, 0, 5 + format);
+      const std::vector<Bytes> frame_before = f.snapshot();
+      sb_top_pv_processer(&f.info, &param);
+      EXPECT_EQ(format != opened, frame_before == f.snapshot()) << "opened for " << opened << ", frame " << format;
+    }
   }
 }
 

@@ -10,7 +10,7 @@
 #include "blur/blur_rows.h"
 #include "common/test_util.h"
 #include "qlsbp/blur.h"
-#include "simd/cpu.h"
+#include "common/cpu_paths.h"
 
 namespace {
 
@@ -118,15 +118,14 @@ std::vector<Bytes> run(int n, decltype(&blend_row_c) blend, decltype(&blend_alph
   return out;
 }
 
+// Each path this CPU can take, selected by masking feature bits.
 TEST(BlendRows, VectorTwinsMatchScalar) {
-  for (int n = 0; n <= 99; ++n) {
-    const auto want = run(n, blend_row_c, blend_alpha_row_c);
-#if QLSBP_HAVE_SSE2
-    EXPECT_EQ(run(n, blend_row_sse2, blend_alpha_row_sse2), want) << "sse2 n=" << n;
-#endif
-#if QLSBP_HAVE_NEON
-    EXPECT_EQ(run(n, blend_row_neon, blend_alpha_row_neon), want) << "neon n=" << n;
-#endif
+  for (const auto& path : qlsbp_test::cpu_paths()) {
+    qlsbp_test::ScopedCpuMask mask(path.flags);
+    for (int n = 0; n <= 99; ++n) {
+      EXPECT_EQ(run(n, blend_row, blend_alpha_row), run(n, blend_row_c, blend_alpha_row_c))
+          << path.name << " n=" << n;
+    }
   }
 }
 

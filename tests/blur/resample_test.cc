@@ -9,7 +9,7 @@
 #include "blur/blur_rows.h"
 #include "common/test_util.h"
 #include "qlsbp/blur.h"
-#include "simd/cpu.h"
+#include "common/cpu_paths.h"
 
 namespace {
 
@@ -109,15 +109,14 @@ std::vector<Bytes> run(int n, decltype(&downsample2x2_row_c) down,
   return out;
 }
 
+// Each path this CPU can take, selected by masking feature bits.
 TEST(ResampleRows, VectorTwinsMatchScalar) {
-  for (int n = 0; n <= 99; ++n) {
-    const auto want = run(n, downsample2x2_row_c, upscale2x_row_c);
-#if QLSBP_HAVE_SSE2
-    EXPECT_EQ(run(n, downsample2x2_row_sse2, upscale2x_row_sse2), want) << "sse2 n=" << n;
-#endif
-#if QLSBP_HAVE_NEON
-    EXPECT_EQ(run(n, downsample2x2_row_neon, upscale2x_row_neon), want) << "neon n=" << n;
-#endif
+  for (const auto& path : qlsbp_test::cpu_paths()) {
+    qlsbp_test::ScopedCpuMask mask(path.flags);
+    for (int n = 0; n <= 99; ++n) {
+      EXPECT_EQ(run(n, downsample2x2_row, upscale2x_row), run(n, downsample2x2_row_c, upscale2x_row_c))
+          << path.name << " n=" << n;
+    }
   }
 }
 

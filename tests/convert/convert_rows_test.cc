@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "common/test_util.h"
-#include "simd/cpu.h"
+#include "common/cpu_paths.h"
 
 namespace {
 
@@ -28,17 +28,15 @@ std::vector<Bytes> run(int n, decltype(&split_yuyv_row_c) split_yuyv,
   return out;
 }
 
+// Each path this CPU can take, selected by masking feature bits.
 TEST(ConvertRows, VectorTwinsMatchScalar) {
-  for (int n = 0; n <= 99; ++n) {
-    const auto want = run(n, split_yuyv_row_c, split_uv_row_c, join_yuyv_row_c, join_uv_row_c);
-#if QLSBP_HAVE_SSE2
-    EXPECT_EQ(run(n, split_yuyv_row_sse2, split_uv_row_sse2, join_yuyv_row_sse2, join_uv_row_sse2),
-              want) << "sse2 n=" << n;
-#endif
-#if QLSBP_HAVE_NEON
-    EXPECT_EQ(run(n, split_yuyv_row_neon, split_uv_row_neon, join_yuyv_row_neon, join_uv_row_neon),
-              want) << "neon n=" << n;
-#endif
+  for (const auto& path : qlsbp_test::cpu_paths()) {
+    qlsbp_test::ScopedCpuMask mask(path.flags);
+    for (int n = 0; n <= 99; ++n) {
+      EXPECT_EQ(run(n, split_yuyv_row, split_uv_row, join_yuyv_row, join_uv_row),
+                run(n, split_yuyv_row_c, split_uv_row_c, join_yuyv_row_c, join_uv_row_c))
+          << path.name << " n=" << n;
+    }
   }
 }
 

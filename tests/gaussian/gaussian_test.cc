@@ -14,6 +14,7 @@
 #include <tuple>
 #include <vector>
 
+#include "common/cpu_paths.h"
 #include "common/test_util.h"
 #include "gaussian/fixed_filters.h"
 #include "gaussian/gauss_rows.h"
@@ -392,16 +393,40 @@ void check_twins(decltype(&gauss_vertical_row_c) vertical,
   }
 }
 
-TEST(RowTwinTest, EveryCompiledTwinMatchesScalar) {
-  check_twins(gauss_vertical_row, gauss_horizontal_row, float_taps_row);  // the dispatched ones
-#if QLSBP_HAVE_SSE2
-  check_twins(gauss_vertical_row_sse2, gauss_horizontal_row_sse2, float_taps_row_sse2);
-#endif
-#if QLSBP_HAVE_FLOAT_TAPS_NEON
-  check_twins(gauss_vertical_row_neon, gauss_horizontal_row_neon, float_taps_row_neon);
-#elif QLSBP_HAVE_NEON
-  check_twins(gauss_vertical_row_neon, gauss_horizontal_row_neon, nullptr);  // ARMv7: no float twin
-#endif
+// Each path this CPU can take, selected by masking its feature bits; the
+// chooser must hand out a different twin per path for the first two.
+TEST(RowTwinTest, EveryTwinMatchesScalar) {
+  std::vector<GaussVerticalRowFn> picked;
+  for (const auto& path : qlsbp_test::cpu_paths()) {
+    SCOPED_TRACE(path.name);
+    qlsbp_test::ScopedCpuMask mask(path.flags);
+    picked.push_back(gauss_vertical_row_pick());
+    check_twins(gauss_vertical_row, gauss_horizontal_row, float_taps_row);
+  }
+  EXPECT_EQ(picked.back(), &gauss_vertical_row_c);
+  for (size_t i = 1; i < picked.size(); ++i) EXPECT_NE(picked[i], picked[i - 1]) << i;
+}
+
+// Whole filters on sizes around the 32-, 16- and 8-wide steps of the twins
+// and the strip split: every path gives the scalar path's bytes.
+TEST(RowTwinTest, WholeFiltersAgreeOnEveryPath) {
+  std::mt19937 rng(11);
+  Taps k21(21);
+  init_gaussian_kernel(k21.data(), 2.2f, 21, 1, 0, 1024.0f);
+  for (int trial = 0; trial < 12; ++trial) {
+    const int h = random_int(rng, 21, 90), w = random_int(rng, 21, 140);
+    const Image src = random_bytes(static_cast<size_t>(h) * w, rng());
+    Image want;
+    for (const auto& path : qlsbp_test::cpu_paths()) {
+      qlsbp_test::ScopedCpuMask mask(path.flags);
+      Image img = src;
+      std::vector<uint8_t> arena(static_cast<size_t>(h) * w + 4096);
+      QLMemInfoT mem{arena.data(), static_cast<unsigned>(arena.size()), 0};
+      ASSERT_EQ(gaussian_filter_for_int_image_21x21(img.data(), h, w, 21, k21.data(), &mem), 0);
+      if (want.empty()) want = img;
+      ASSERT_EQ(img, want) << path.name << " " << h << "x" << w;
+    }
+  }
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// A C++ host using the installed headers and library: one session, a few
-// frames, and a look at the exported session globals.
+// A C++ host of the installed headers and library: one process-wide
+// session, a few frames, and a look at the exported session globals.
 #include <qlsbp/qlsbp.h>
 
 #include <cstdio>
@@ -37,6 +37,6 @@ int main() {
     std::fprintf(stderr, "session globals not cleared\n");
     return 1;
   }
-  std::printf("consumer ok\n");
+  std::printf("C++ host ok\n");
   return 0;
 }

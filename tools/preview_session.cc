@@ -1,4 +1,4 @@
-#include "host_session.h"
+#include "preview_session.h"
 
 #include <chrono>
 #include <cstring>
@@ -68,25 +68,38 @@ void copy_rows(uint8_t* padded, uint8_t* dense, Layout layout, int width, int he
 
 }  // namespace
 
-HostSession::HostSession(Layout layout, int width, int height, int pad)
-    : layout_(layout), width_(width), height_(height), pad_(pad) {
-  if (pad_ > 0) {
-    // The padding bytes hold a pattern the frame never has, so that a
-    // library reading them would show up in the --pad comparison.
-    padded_.assign(padded_bytes(layout, width, height, pad), 0xA5);
-  }
-  // Set-up reads only the layout code and the size.
+PreviewSession::~PreviewSession() { qlsbp_session_close(session_); }
+
+int PreviewSession::open(Layout layout, int width, int height, int pad, int workers,
+                         bool clean_edges) {
+  qlsbp_session_close(session_);
+  session_ = nullptr;
+  layout_ = layout;
+  width_ = width;
+  height_ = height;
+  pad_ = pad;
+  // Opening reads only the layout code and the size.
   QL_IMAGEINFO info;
   std::memset(&info, 0, sizeof(info));
   info.format = host_format_code(layout_);
   info.width = width_;
   info.height = height_;
-  sb_top_pv_initial(&info);
+  qlsbp_session_options options;
+  qlsbp_session_options_init(&options);
+  if (workers != kDefaultWorkers) options.workers = workers;
+  options.clean_edges = clean_edges ? 1 : 0;
+  const int rc = qlsbp_session_open(&session_, &info, &options);
+  if (rc != QLSBP_OK) return rc;
+  if (pad_ > 0) {
+    // The padding bytes hold a pattern the frame never has, so that a
+    // library reading them would show up in the --pad comparison.
+    padded_.assign(padded_bytes(layout, width, height, pad), 0xA5);
+  }
+  return QLSBP_OK;
 }
 
-HostSession::~HostSession() { sb_top_pv_deinit(); }
-
-double HostSession::process(Frame* frame, const QL_BokehParam& param) {
+int PreviewSession::process(Frame* frame, const QL_BokehParam& param, double* ms) {
+  *ms = 0.0;
   uint8_t* base = frame->data.data();
   if (pad_ > 0) {
     copy_rows(padded_.data(), frame->data.data(), layout_, width_, height_, pad_, true);
@@ -94,12 +107,13 @@ double HostSession::process(Frame* frame, const QL_BokehParam& param) {
   }
   QL_IMAGEINFO info;
   fill_image_info(&info, layout_, width_, height_, base, pad_);
-  QL_BokehParam copy = param;  // the host API takes non-const pointers
   const auto start = std::chrono::steady_clock::now();
-  sb_top_pv_processer(&info, &copy);
+  const int rc = qlsbp_session_process(session_, &info, &param);
   const auto stop = std::chrono::steady_clock::now();
+  if (rc != QLSBP_OK) return rc;
   if (pad_ > 0) {
     copy_rows(padded_.data(), frame->data.data(), layout_, width_, height_, pad_, false);
   }
-  return std::chrono::duration<double, std::milli>(stop - start).count();
+  *ms = std::chrono::duration<double, std::milli>(stop - start).count();
+  return QLSBP_OK;
 }

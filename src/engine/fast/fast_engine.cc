@@ -1,0 +1,448 @@
+// The fast engine: halve every plane, then blur, enlarge and blend in row
+// bands straight into the caller's planes.
+//
+// Why the bytes equal the reference engine's:
+//  - halving, enlarging and blending use the same row kernels as the
+//    reference plane drivers, on the same samples (the reference splits the
+//    frame into planes first; here the split happens row by row);
+//  - the reference filter computes every output of each pass as the full
+//    21-tap sum over reflect-101 indices (gauss_mirror), interior and border
+//    alike, in exact 32-bit arithmetic truncated by >> 10. Dropping the taps
+//    that are zero and computing one row at a time changes no sum;
+//  - the blend only covers whole blocks of eight pixels of each plane in
+//    dense order, so the pixels after the last block keep the enlarged
+//    blurred value, row by row as they fall.
+#include "engine/fast/fast_engine.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "blur/blur_rows.h"
+#include "convert/convert_rows.h"
+#include "gaussian/gauss_rows.h"
+#include "qlsbp/gaussian.h"
+
+namespace {
+
+enum Layout { kSemiPlanar420 = 2, kPlanar420 = 3, kPacked422 = 4 };
+
+// The preview path's Gaussian kernel size, and its reach on either side.
+constexpr int kPreviewTaps = 21;
+constexpr int kPreviewReach = kPreviewTaps >> 1;
+// Pieces of work per worker that the executor can run at once: a few, so
+// that a slower piece does not leave the other workers idle for long.
+constexpr int kPiecesPerWorker = 3;
+// Scratch rows start on cache-line boundaries.
+constexpr size_t kScratchAlign = 64;
+
+size_t align_up(size_t v) { return (v + kScratchAlign - 1) & ~(kScratchAlign - 1); }
+
+// One plane as the reference engine sees it (a plane of planarIn), with the
+// settings of its own task record.
+struct Plane {
+  uint8_t* small;        // the half-size plane, h x w, packed
+  const uint16_t* mask;  // H x W weights, packed
+  int H, W, h, w;
+  long long blended;  // pixels the blend covers, in dense order
+  int ksize;          // non-zero taps of the kernel, 2 * reach + 1
+  int kernel[kPreviewTaps];
+};
+
+// How the planes of a group share the caller's rows.
+enum GroupKind {
+  kOnePlane,   // a plane of its own: one sample per byte
+  kChromaUV,   // interleaved chroma: plane 0 the even bytes, plane 1 the odd
+  kPackedYUYV  // Y0 U Y1 V: planes luma, U, V
+};
+
+// Planes stored in the same caller rows; all of them have H rows.
+struct Group {
+  GroupKind kind;
+  uint8_t* base;     // caller row 0
+  ptrdiff_t stride;  // caller row pitch (may be negative)
+  int count;         // planes in the group
+  Plane* plane[3];
+  int H, h;
+  int pieces1, pieces2;       // halving chunks, band count
+  size_t scratch1, scratch2;  // bytes per chunk, per band
+  size_t offset1, offset2;    // of the group's first chunk, band in the scratch
+};
+
+// At most 64 workers are assumed; each group gets at most its share of
+// workers x kPiecesPerWorker pieces plus one for rounding.
+constexpr int kMaxWorkers = 64;
+constexpr int kMaxPieces = 3 * (kMaxWorkers * kPiecesPerWorker + 1);
+
+struct Frame {
+  Plane planes[3];
+  Group groups[3];
+  int group_count;
+  uint8_t* scratch;
+  // Piece index -> group and piece within it, for the executor's flat index.
+  int piece_group[kMaxPieces];
+  int piece_local[kMaxPieces];
+  int piece_count;
+};
+
+// Blended pixels of row y of a plane: whole blocks of eight in dense order.
+int blended_in_row(const Plane& p, int y) {
+  const long long left = p.blended - static_cast<long long>(y) * p.W;
+  if (left <= 0) return 0;
+  return left >= p.W ? p.W : static_cast<int>(left);
+}
+
+// The non-zero middle of the task's 21 taps; false when the taps are not
+// symmetric (the row kernels sum pairs).
+bool prepare_kernel(Plane* p, float factor) {
+  int taps[kPreviewTaps] = {0};
+  init_gaussian_kernel(taps, factor, kPreviewTaps, 1, 0, 1024.0f);
+  int reach = 0;
+  for (int d = 0; d <= kPreviewReach; ++d) {
+    if (taps[kPreviewReach - d] != taps[kPreviewReach + d]) return false;
+    if (taps[kPreviewReach - d] != 0) reach = d;
+  }
+  p->ksize = 2 * reach + 1;
+  for (int k = 0; k < p->ksize; ++k) p->kernel[k] = taps[kPreviewReach - reach + k];
+  return true;
+}
+
+bool task_is_preview(const SBPlaneTask& t) {
+  return t.useGaussian != 0 && t.blurOption != 0 && t.kernelSize == kPreviewTaps &&
+         t.small != nullptr && t.mask != nullptr;
+}
+
+// Checks that task k fits this frame (plane size, its planes in planarIn and
+// planarOut where this layout puts them) and fills the plane from it.
+bool take_task(const SBData* d, int k, int rows, int cols, size_t offset, Plane* p) {
+  const SBPlaneTask& t = d->task[k];
+  if (!task_is_preview(t) || t.planeRows != rows || t.planeCols != cols) return false;
+  if (t.src != d->planarIn + offset || t.dst != d->planarOut + offset) return false;
+  if ((rows & 1) != 0 || (cols & 1) != 0 || rows < 2 || cols < 2) return false;
+  p->small = t.small;
+  p->mask = t.mask;
+  p->H = rows;
+  p->W = cols;
+  p->h = rows >> 1;
+  p->w = cols >> 1;
+  const long long n = static_cast<long long>(rows) * cols;
+  p->blended = n / 8 * 8;
+  return prepare_kernel(p, t.factor);
+}
+
+bool frame_fits(const SBData* d, const QL_IMAGEINFO* f) {
+  if (f == nullptr || f->width != d->cols || f->height != d->rows) return false;
+  if (d->planarIn == nullptr || d->planarOut == nullptr) return false;
+  const int code = f->format;
+  if (code != kSemiPlanar420 && code != kPlanar420 && code != kPacked422) return false;
+  if (f->plane[0] == nullptr) return false;
+  if (code != kPacked422 && f->plane[1] == nullptr) return false;
+  if (code == kPlanar420 && (f->plane[2] == nullptr || f->stride[1] != f->stride[2])) return false;
+  return true;
+}
+
+void add_group(Frame* fr, GroupKind kind, uint8_t* base, int stride, int count, Plane* a, Plane* b,
+               Plane* c) {
+  Group& g = fr->groups[fr->group_count++];
+  g.kind = kind;
+  g.base = base;
+  g.stride = stride;
+  g.count = count;
+  g.plane[0] = a;
+  g.plane[1] = b;
+  g.plane[2] = c;
+  g.H = a->H;
+  g.h = a->h;
+}
+
+// ---- Phase 1: halve every plane into its task's scratch plane ------------
+
+void halve_rows(const Group& g, uint8_t* scratch, int first, int end) {
+  for (int j = first; j < end; ++j) {
+    const uint8_t* upper = g.base + g.stride * (2 * static_cast<ptrdiff_t>(j));
+    const uint8_t* lower = upper + g.stride;
+    if (g.kind == kOnePlane) {
+      const Plane& p = *g.plane[0];
+      downsample2x2_row(p.small + static_cast<size_t>(j) * p.w, upper, lower, p.w);
+      continue;
+    }
+    // Split both caller rows into the planes' own rows, then halve those.
+    uint8_t* rows[2][3];
+    uint8_t* at = scratch;
+    for (int r = 0; r < 2; ++r) {
+      for (int i = 0; i < g.count; ++i) {
+        rows[r][i] = at;
+        at += align_up(static_cast<size_t>(g.plane[i]->W));
+      }
+    }
+    if (g.kind == kChromaUV) {
+      split_uv_row(rows[0][0], rows[0][1], upper, g.plane[0]->W);
+      split_uv_row(rows[1][0], rows[1][1], lower, g.plane[0]->W);
+    } else {
+      split_yuyv_row(rows[0][0], rows[0][1], rows[0][2], upper, g.plane[1]->W);
+      split_yuyv_row(rows[1][0], rows[1][1], rows[1][2], lower, g.plane[1]->W);
+    }
+    for (int i = 0; i < g.count; ++i) {
+      const Plane& p = *g.plane[i];
+      downsample2x2_row(p.small + static_cast<size_t>(j) * p.w, rows[0][i], rows[1][i], p.w);
+    }
+  }
+}
+
+// ---- Phase 2: per band, blur, enlarge and blend row by row ----------------
+
+// A band's working rows of one plane.
+struct PlaneRows {
+  uint8_t* line;     // vertical result with reflected ends, w + 2 * reach
+  uint8_t* ring[2];  // blurred half rows, by row parity
+  uint8_t* up[2];    // the two enlarged rows
+  uint8_t* sharp;    // the caller's row split out (grouped planes only)
+};
+
+size_t plane_band_bytes(const Plane& p, bool grouped) {
+  size_t bytes = align_up(static_cast<size_t>(p.w) + 2 * kPreviewReach);
+  bytes += 2 * align_up(static_cast<size_t>(p.w));
+  bytes += 2 * align_up(static_cast<size_t>(p.W));
+  if (grouped) bytes += align_up(static_cast<size_t>(p.W));
+  return bytes;
+}
+
+uint8_t* carve_plane_rows(const Plane& p, bool grouped, uint8_t* at, PlaneRows* r) {
+  r->line = at;
+  at += align_up(static_cast<size_t>(p.w) + 2 * kPreviewReach);
+  for (int i = 0; i < 2; ++i) {
+    r->ring[i] = at;
+    at += align_up(static_cast<size_t>(p.w));
+  }
+  for (int i = 0; i < 2; ++i) {
+    r->up[i] = at;
+    at += align_up(static_cast<size_t>(p.W));
+  }
+  r->sharp = nullptr;
+  if (grouped) {
+    r->sharp = at;
+    at += align_up(static_cast<size_t>(p.W));
+  }
+  return at;
+}
+
+// Half row j of the blurred plane: the vertical pass over the half plane's
+// rows j - reach .. j + reach (reflected), then the horizontal pass over a
+// line whose ends are reflected the same way.
+void blur_half_row(const Plane& p, const PlaneRows& r, int j, uint8_t* out) {
+  const int reach = p.ksize >> 1;
+  int offsets[kPreviewTaps];
+  for (int k = 0; k < p.ksize; ++k) offsets[k] = gauss_mirror(j - reach + k, p.h) * p.w;
+  uint8_t* v = r.line + reach;
+  gauss_vertical_row(v, p.small, offsets, p.kernel, p.ksize, p.w);
+  for (int i = 0; i < reach; ++i) {
+    r.line[i] = v[gauss_mirror(i - reach, p.w)];
+    v[p.w + i] = v[gauss_mirror(p.w + i, p.w)];
+  }
+  gauss_horizontal_row(out, r.line, p.kernel, p.ksize, p.w);
+}
+
+// Output row y of a plane of its own: blend the enlarged row with the
+// caller's sharp row in place; after the last whole block of eight the
+// enlarged value stays.
+void store_own_row(const Plane& p, const uint8_t* up, uint8_t* row, int y) {
+  const int n = blended_in_row(p, y);
+  if (n > 0) blend_row(row, up, row, p.mask + static_cast<size_t>(y) * p.W, n);
+  if (n < p.W) memcpy(row + n, up + n, static_cast<size_t>(p.W - n));
+}
+
+// Output row y of a group sharing its caller rows: split the sharp row, blend
+// each plane into its enlarged row, join them back into the caller's row.
+void store_group_row(const Group& g, PlaneRows* rows, int half, uint8_t* row, int y) {
+  if (g.kind == kChromaUV) {
+    split_uv_row(rows[0].sharp, rows[1].sharp, row, g.plane[0]->W);
+  } else {
+    split_yuyv_row(rows[0].sharp, rows[1].sharp, rows[2].sharp, row, g.plane[1]->W);
+  }
+  for (int i = 0; i < g.count; ++i) {
+    const Plane& p = *g.plane[i];
+    const int n = blended_in_row(p, y);
+    uint8_t* up = rows[i].up[half];
+    if (n > 0) blend_row(up, up, rows[i].sharp, p.mask + static_cast<size_t>(y) * p.W, n);
+  }
+  if (g.kind == kChromaUV) {
+    join_uv_row(row, rows[0].up[half], rows[1].up[half], g.plane[0]->W);
+  } else {
+    join_yuyv_row(row, rows[0].up[half], rows[1].up[half], rows[2].up[half], g.plane[1]->W);
+  }
+}
+
+void run_band(const Group& g, uint8_t* scratch, int first, int end) {
+  const bool grouped = g.kind != kOnePlane;
+  PlaneRows rows[3];
+  uint8_t* at = scratch;
+  for (int i = 0; i < g.count; ++i) at = carve_plane_rows(*g.plane[i], grouped, at, &rows[i]);
+
+  for (int i = 0; i < g.count; ++i)
+    blur_half_row(*g.plane[i], rows[i], first, rows[i].ring[first & 1]);
+  for (int s = first; s < end; ++s) {
+    const bool below = s + 1 < g.h;
+    for (int i = 0; i < g.count; ++i) {
+      const Plane& p = *g.plane[i];
+      const PlaneRows& r = rows[i];
+      if (below) blur_half_row(p, r, s + 1, r.ring[(s + 1) & 1]);
+      // The bottom half row has no row below: enlarging it with itself
+      // replicates the bottom edge, as the reference enlargement does.
+      const uint8_t* next = below ? r.ring[(s + 1) & 1] : r.ring[s & 1];
+      upscale2x_row(r.up[0], r.up[1], r.ring[s & 1], next, p.w);
+    }
+    for (int half = 0; half < 2; ++half) {
+      const int y = 2 * s + half;
+      uint8_t* row = g.base + g.stride * static_cast<ptrdiff_t>(y);
+      if (grouped) {
+        store_group_row(g, rows, half, row, y);
+      } else {
+        store_own_row(*g.plane[0], rows[0].up[half], row, y);
+      }
+    }
+  }
+}
+
+// Piece `local` of `pieces` over the group's h half rows.
+void piece_rows(const Group& g, int pieces, int local, int* first, int* end) {
+  *first = static_cast<int>(static_cast<long long>(g.h) * local / pieces);
+  *end = static_cast<int>(static_cast<long long>(g.h) * (local + 1) / pieces);
+}
+
+void halve_piece(void* ctx, int index) {
+  Frame* fr = static_cast<Frame*>(ctx);
+  const Group& g = fr->groups[fr->piece_group[index]];
+  const int local = fr->piece_local[index];
+  int first, end;
+  piece_rows(g, g.pieces1, local, &first, &end);
+  halve_rows(g, fr->scratch + g.offset1 + g.scratch1 * local, first, end);
+}
+
+void band_piece(void* ctx, int index) {
+  Frame* fr = static_cast<Frame*>(ctx);
+  const Group& g = fr->groups[fr->piece_group[index]];
+  const int local = fr->piece_local[index];
+  int first, end;
+  piece_rows(g, g.pieces2, local, &first, &end);
+  if (first < end) run_band(g, fr->scratch + g.offset2 + g.scratch2 * local, first, end);
+}
+
+// Cuts `total` pieces among the groups in proportion to their pixels (at
+// least one each, at most one per half row) and lays out their scratch.
+void plan_pieces(Frame* fr, int total, bool second_phase, size_t* bytes) {
+  long long all = 0;
+  long long weight[3];
+  for (int i = 0; i < fr->group_count; ++i) {
+    const Group& g = fr->groups[i];
+    weight[i] = 0;
+    for (int k = 0; k < g.count; ++k) weight[i] += static_cast<long long>(g.H) * g.plane[k]->W;
+    all += weight[i];
+  }
+  size_t offset = 0;
+  fr->piece_count = 0;
+  for (int i = 0; i < fr->group_count; ++i) {
+    Group& g = fr->groups[i];
+    long long n = all > 0 ? (static_cast<long long>(total) * weight[i] + all / 2) / all : 1;
+    if (n < 1) n = 1;
+    if (n > g.h) n = g.h;
+    const int pieces = static_cast<int>(n);
+    const bool grouped = g.kind != kOnePlane;
+    size_t per = 0;
+    for (int k = 0; k < g.count; ++k) {
+      per += second_phase ? plane_band_bytes(*g.plane[k], grouped)
+                          : (grouped ? 2 * align_up(static_cast<size_t>(g.plane[k]->W)) : 0);
+    }
+    if (second_phase) {
+      g.pieces2 = pieces;
+      g.scratch2 = per;
+      g.offset2 = offset;
+    } else {
+      g.pieces1 = pieces;
+      g.scratch1 = per;
+      g.offset1 = offset;
+    }
+    offset += per * static_cast<size_t>(pieces);
+    for (int p = 0; p < pieces; ++p) {
+      fr->piece_group[fr->piece_count] = i;
+      fr->piece_local[fr->piece_count] = p;
+      ++fr->piece_count;
+    }
+  }
+  *bytes = offset;
+}
+
+}  // namespace
+
+int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex) {
+  if (d == nullptr || !frame_fits(d, frame)) return kFastEngineUseReference;
+  const int code = frame->format;
+  const int rows = d->rows;
+  const int cols = d->cols;
+  const size_t n = static_cast<size_t>(rows) * static_cast<size_t>(cols);
+
+  Frame* fr = static_cast<Frame*>(calloc(1, sizeof(Frame)));
+  if (fr == nullptr) return kFastEngineUseReference;
+  Plane* luma = &fr->planes[0];
+  Plane* first = &fr->planes[1];
+  Plane* second = &fr->planes[2];
+  // Chroma plane sizes and where the reference keeps the second one.
+  const bool packed = code == kPacked422;
+  const int chroma_rows = packed ? rows : rows >> 1;
+  const size_t second_at = packed ? n + (n >> 1) : n + (n >> 2);
+  bool ok = take_task(d, 0, rows, cols, 0, luma) && d->task[0].mask == d->maskFull &&
+            take_task(d, 1, chroma_rows, cols >> 1, n, first) &&
+            take_task(d, 2, chroma_rows, cols >> 1, second_at, second);
+  if (!ok) {
+    free(fr);
+    return kFastEngineUseReference;
+  }
+
+  unsigned char* const* p = frame->plane;
+  const int* s = frame->stride;
+  if (code == kPacked422) {
+    add_group(fr, kPackedYUYV, p[0], s[0], 3, luma, first, second);
+  } else if (code == kSemiPlanar420) {
+    add_group(fr, kOnePlane, p[0], s[0], 1, luma, nullptr, nullptr);
+    add_group(fr, kChromaUV, p[1], s[1], 2, first, second, nullptr);
+  } else {
+    // Planar 4:2:0 arrives with the chroma planes exchanged: the first task
+    // blurs plane[2], the second plane[1]. When the luma plane is unpadded
+    // and the chroma planes padded, unpacking never writes the luma back
+    // (QUIRK: layout-3 luma write-back), so the luma is not worked on.
+    const bool luma_kept = s[0] == cols && s[1] != (cols >> 1);
+    if (!luma_kept) add_group(fr, kOnePlane, p[0], s[0], 1, luma, nullptr, nullptr);
+    add_group(fr, kOnePlane, p[2], s[1], 1, first, nullptr, nullptr);
+    add_group(fr, kOnePlane, p[1], s[1], 1, second, nullptr, nullptr);
+  }
+
+  int workers = ex.concurrency();
+  if (workers < 1) workers = 1;
+  if (workers > kMaxWorkers) workers = kMaxWorkers;
+  const int total = workers * kPiecesPerWorker;
+  size_t bytes1 = 0, bytes2 = 0;
+  plan_pieces(fr, total, false, &bytes1);
+  plan_pieces(fr, total, true, &bytes2);
+  const size_t need = (bytes1 > bytes2 ? bytes1 : bytes2) + kScratchAlign;
+  // The processor's planar output block is free scratch on this path.
+  uint8_t* own = nullptr;
+  uint8_t* block = d->planarOut;
+  if (need > 3 * n) {
+    own = static_cast<uint8_t*>(malloc(need));
+    if (own == nullptr) {
+      free(fr);
+      return kFastEngineUseReference;
+    }
+    block = own;
+  }
+  fr->scratch = reinterpret_cast<uint8_t*>(align_up(reinterpret_cast<uintptr_t>(block)));
+
+  plan_pieces(fr, total, false, &bytes1);
+  ex.run(fr->piece_count, halve_piece, fr);
+  plan_pieces(fr, total, true, &bytes2);
+  ex.run(fr->piece_count, band_piece, fr);
+
+  free(own);
+  free(fr);
+  return kFastEngineDone;
+}

@@ -1,0 +1,63 @@
+// The fast engine: the reference engine's bytes, written straight into the
+// caller's strided planes in cache-sized row bands.
+//
+// The reference engine packs the frame into a dense buffer, splits it into
+// three planes, blurs each plane at half resolution with 21 taps through a
+// full-plane temporary image, enlarges it, blends it under the mask, joins
+// the planes and unpacks them again. This engine reads the caller's planes
+// directly: phase 1 halves every plane into the processor's quarter-size
+// scratch planes (splitting interleaved samples on the way); phase 2 cuts
+// the output rows into bands, and each band runs the vertical pass, the
+// horizontal pass, the enlargement and the blend row by row, so that a
+// band's working rows stay in cache, and stores the blended rows back in the
+// caller's layout. Only the non-zero taps of the level's kernel are applied;
+// sums stay exact, so the bytes are the same as with all 21.
+//
+// Frames whose exact reference behaviour would cost more to reproduce here
+// than it is worth are declined (see fast_engine_run), and the caller then
+// packs the frame and runs the reference engine on it.
+#ifndef QLSBP_ENGINE_FAST_FAST_ENGINE_H_
+#define QLSBP_ENGINE_FAST_FAST_ENGINE_H_
+
+#include "ql_single_bokeh_preview.h"
+#include "qlsbp/sb_data.h"
+#include "threads/executor.h"
+
+// Results of fast_engine_run.
+enum FastEngineResult {
+  kFastEngineDone = 0,         // the frame's planes hold the result
+  kFastEngineUseReference = 1  // nothing was written: pack and run the reference
+};
+
+// Processes one frame in place, after frame_state_update returned
+// kFrameRunEngine for it. `frame` is the caller's frame cut to its even part:
+// width and height equal to d->cols and d->rows, layout code 2, 3 or 4, any
+// positive or negative strides. The planes receive exactly the bytes that
+// img_move_stride, reference_engine_run and img_add_stride would give,
+// including
+//  - layout 3 with stride[0] == width and stride[1] != width / 2: the luma
+//    plane keeps its input bytes, only the chroma planes take the result;
+//  - the last (plane size mod 8) pixels of each plane, in dense plane order,
+//    keep the enlarged blurred value (the blend works in blocks of eight);
+//  - each chroma plane blurred with the settings of its own task record.
+// The band work runs on `ex`, cut into about as many pieces as
+// ex.concurrency() suggests.
+//
+// Returns kFastEngineUseReference, before touching the planes, for:
+//  - task records that do not fit this frame's layout (stale records from a
+//    frame of another layout) or whose settings are not the preview path's
+//    (box method, full resolution, a kernel size other than 21);
+//  - a plane with an odd number of rows or columns (4:2:0 frames whose width
+//    or height is not a multiple of 4; 4:2:2 frames with an odd chroma
+//    width), whose halving reads across row ends in the reference;
+//  - a descriptor the packing would refuse (unknown code, layout 3 with
+//    unequal chroma strides, a null plane, a size other than the
+//    processor's), and a failed allocation of band scratch.
+//
+// After a frame done here, the contents of the processor's planarIn,
+// planarOut and quarter-size scratch planes, and of the session's dense
+// work buffer, are unspecified (they are not what the reference engine would
+// leave there). The masks and task records are only read.
+int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex);
+
+#endif  // QLSBP_ENGINE_FAST_FAST_ENGINE_H_

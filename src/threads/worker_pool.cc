@@ -1,0 +1,83 @@
+#include "threads/worker_pool.h"
+
+#include <algorithm>
+#include <new>
+
+namespace qlsbp {
+
+WorkerPool::WorkerPool(int workers) {
+  if (workers <= 0) return;
+  threads_.reset(new (std::nothrow) pthread_t[static_cast<size_t>(workers)]);
+  if (threads_ == nullptr) return;
+  while (started_ < workers &&
+         pthread_create(&threads_[started_], nullptr, worker_entry, this) == 0) {
+    ++started_;
+  }
+}
+
+WorkerPool::~WorkerPool() {
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    stopping_ = true;
+  }
+  changed_.notify_all();
+  for (int i = 0; i < started_; ++i) pthread_join(threads_[i], nullptr);
+}
+
+void* WorkerPool::worker_entry(void* self) {
+  static_cast<WorkerPool*>(self)->worker_loop();
+  return nullptr;
+}
+
+WorkerPool::Batch* WorkerPool::take(Batch* b, int* index) {
+  if (b == nullptr) {
+    if (queue_.empty()) return nullptr;
+    b = queue_.front();
+  } else if (b->next >= b->count) {
+    return nullptr;
+  }
+  *index = b->next++;
+  if (b->next == b->count) queue_.erase(std::find(queue_.begin(), queue_.end(), b));
+  return b;
+}
+
+void WorkerPool::execute(std::unique_lock<std::mutex>& lock, Batch* b, int index) {
+  lock.unlock();
+  b->fn(b->ctx, index);
+  lock.lock();
+  if (++b->done == b->count) changed_.notify_all();
+}
+
+void WorkerPool::worker_loop() {
+  std::unique_lock<std::mutex> lock(mutex_);
+  for (;;) {
+    int index = 0;
+    Batch* b = take(nullptr, &index);
+    if (b != nullptr) {
+      execute(lock, b, index);
+      continue;
+    }
+    if (stopping_) return;
+    changed_.wait(lock);
+  }
+}
+
+void WorkerPool::run(int count, void (*fn)(void* ctx, int index), void* ctx) {
+  if (count <= 0) return;
+  Batch batch{fn, ctx, count, 0, 0};
+  std::unique_lock<std::mutex> lock(mutex_);
+  queue_.push_back(&batch);
+  if (started_ > 0) changed_.notify_all();
+  while (batch.done < batch.count) {
+    int index = 0;
+    Batch* b = take(&batch, &index);
+    if (b == nullptr) b = take(nullptr, &index);
+    if (b != nullptr) {
+      execute(lock, b, index);
+    } else {
+      changed_.wait(lock);
+    }
+  }
+}
+
+}  // namespace qlsbp

@@ -12,7 +12,8 @@
 // out[y * width + x] = distance in pixels from (x, y) to the nearest pixel of
 // value 0 in img (both width x height, row stride width). The result is the
 // exact square root of an integer squared distance. An image without any 0
-// pixel gives NaN everywhere (kept: there is no distance to give); an
+// pixel gives NaN everywhere (kept: there is no distance to give), the one
+// canonical quiet NaN (bits 0x7ff8000000000000) on every platform; an
 // all-zero image gives 0.0 everywhere.
 // Bad input: null out or img, width < 1 or height < 1: nothing is written.
 // All scratch (3 arrays of max(width, height) entries) is taken before the
@@ -80,11 +81,12 @@ QLSBP_API int build_scaling_rate(int* col_index, int* col_frac, int* row_index, 
                                  int dst_width, int dst_height, int src_width, int src_height);
 // Bilinear resampling of an 8-bit plane in integer arithmetic (weights in
 // 1/256, signed division truncating toward zero, result clamped to 0..255).
+// Weights are taken as they come, also outside 0 .. 256 (extrapolating), with
+// every product computed exactly in 64 bits before the clamp.
 // dst_height < 1 or dst_width < 1: returns 0 without writing.
 // Bad input, returns 1 and writes nothing: a null pointer, src_height < 2 or
 // src_width < 2 (the right and lower neighbours would be outside the plane),
-// or a table entry that does not fit the source (index outside 0 .. side - 2
-// or weight outside 0 .. 256).
+// or an index outside 0 .. side - 2 (it would read outside the source).
 QLSBP_API int image_u8_resize(unsigned char* dst, int dst_height, int dst_width, int* row_index,
                               int* row_frac, int* col_index, int* col_frac, unsigned char* src,
                               int src_height, int src_width);

@@ -20,11 +20,11 @@
 //  - Half resolution: enlarging covers the first 4 (H >> 1)(W >> 1) bytes of
 //    dst as rows of 2 (W >> 1) bytes; for odd planes the bytes after that take
 //    the sharp pixels rather than what dst held before. An odd last source row
-//    is not read.
+//    is not read, and nothing past src's H x W bytes is read for any size.
 //  - Finally dst = blend(dst, src, mask) over whole blocks of eight pixels.
-// A null record, null planes or a size below 1 do nothing. With an odd width
-// at half resolution the halving reads up to (H >> 1) - 1 bytes past the
-// plane (see downsampleh2v2), which the frame processor's buffers allow.
+// A null record, null planes or a size below 1 do nothing. Buffers: src, dst
+// and mask H x W entries; small (H >> 1) rows of ((W - 1) >> 1) + 1 bytes;
+// wide and range one entry per pixel of the working size.
 QLSBP_API void* build_blur_image2(void* task);
 
 // Pyramid resampling of packed planes (stride = width). (height, width) is

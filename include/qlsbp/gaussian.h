@@ -52,9 +52,14 @@ struct GaussianThreadArg {
 // (height * width bytes), row-offset table, border-offset table (ksize ints
 // each), then per pass the thread handles and the worker records; nothing is
 // given back.
-// - Alignment: the arena never aligns, so padding bytes are granted before
-//   each typed array (int tables, pthread_t handles, records) to bring it to
-//   its alignment. gaussian_filter_arena_bytes bounds the total.
+// - Accounting: each grant is exactly its documented size, with no padding,
+//   so a call takes height * width + 2 * ksize * sizeof(int) bytes plus, in
+//   the 61x61 and 21x21 variants, 14 * sizeof(pthread_t) + 14 *
+//   sizeof(GaussianThreadArg), in the common variant 5 * sizeof(pthread_t) +
+//   10 * sizeof(GaussianThreadArg) (gaussian_filter_arena_bytes gives the
+//   larger). The arena never aligns; the int tables are placed at an aligned
+//   address inside the granted span, and the handles and records a call uses
+//   live on its stack, so no access is misaligned at any arena offset.
 // - Arithmetic: products and sums are unsigned 32-bit and wrap, the output
 //   byte is the low 8 bits of sum >> 10, so any taps are defined. Outputs
 //   whose kernel lies inside the image use the pair form (taps 0 .. r, r =
@@ -83,9 +88,9 @@ QLSBP_API int gaussian_filter_for_int_image_21x21(unsigned char* img, int height
 QLSBP_API int gaussian_filter_for_int_image_common(unsigned char* img, int height, int width,
                                                    int ksize, const int* kernel, QLMemInfoT* mem);
 // Largest number of arena bytes that one call of any of the three filters
-// takes for this image and kernel size, alignment padding included (an upper
-// bound: the padding is counted at its worst). 0 when height, width or ksize
-// is below 1 (the filters take nothing then).
+// takes for this image and kernel size (exactly what the 61x61 and 21x21
+// variants take; the common variant takes less). 0 when height, width or
+// ksize is below 1 (the filters take nothing then).
 QLSBP_API unsigned long long gaussian_filter_arena_bytes(int height, int width, int ksize);
 
 // Worker bodies (thread entry points taking a GaussianThreadArg*), each

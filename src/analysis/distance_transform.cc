@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <limits>
 
 #include "qlsbp/analysis.h"
 
@@ -109,7 +110,10 @@ void computeEDT(double* out, unsigned char* img, int width, int height) {
     // as NaN below, on purpose.
     transform_lines(out, width, height, g, h);
     const size_t total = w * rows;
-    for (size_t i = 0; i < total; ++i) out[i] = sqrt(out[i]);
+    // sqrt(-1.0) gives a NaN whose sign bit differs between x86-64 (set) and
+    // ARM (clear); one canonical quiet NaN keeps the bytes the same on all.
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    for (size_t i = 0; i < total; ++i) out[i] = out[i] < 0.0 ? nan : sqrt(out[i]);
   }
   free(h);
   free(g);

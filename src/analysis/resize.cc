@@ -2,6 +2,7 @@
 // weight of the right / lower neighbour), then an 8-bit and a double
 // resampler that only look the tables up.
 #include <cstddef>
+#include <cstdint>
 
 #include "qlsbp/analysis.h"
 
@@ -28,13 +29,25 @@ void build_axis(int* index, int* frac, int dst, int src) {
   }
 }
 
-// True when every table entry addresses a 2x2 neighbourhood inside a
-// src_height x src_width plane with a weight in 0 .. 256.
-bool tables_fit(const int* index, const int* frac, int dst, int src) {
+// True when every index addresses a 2x2 neighbourhood inside a plane of
+// `src` samples along this axis. Only the indexes decide what is read; the
+// weights are any int (the resamplers compute them wide and clamp).
+bool indexes_fit(const int* index, int dst, int src) {
   for (int i = 0; i < dst; ++i) {
-    if (index[i] < 0 || index[i] > src - 2 || frac[i] < 0 || frac[i] > 256) return false;
+    if (index[i] < 0 || index[i] > src - 2) return false;
   }
   return true;
+}
+
+// Signed product / 256, truncating toward zero, exact for any int weight and
+// any difference within +-2^32 + 2^9: the magnitude of the product stays
+// below 2^64, and so does the quotient in int64.
+inline int64_t weighted_step(int weight, int64_t diff) {
+  const uint64_t mw =
+      weight < 0 ? 0u - static_cast<uint64_t>(weight) : static_cast<uint64_t>(weight);
+  const uint64_t md = diff < 0 ? 0u - static_cast<uint64_t>(diff) : static_cast<uint64_t>(diff);
+  const int64_t q = static_cast<int64_t>((mw * md) / 256u);
+  return (weight < 0) != (diff < 0) ? -q : q;
 }
 
 // Shared refusals of both resamplers (see the header). 0 = go ahead.
@@ -46,8 +59,8 @@ int check_resize_args(const void* dst, int dst_height, int dst_width, const int*
     return 1;
   }
   if (src_height < 2 || src_width < 2) return 1;
-  if (!tables_fit(row_index, row_frac, dst_height, src_height)) return 1;
-  if (!tables_fit(col_index, col_frac, dst_width, src_width)) return 1;
+  if (!indexes_fit(row_index, dst_height, src_height)) return 1;
+  if (!indexes_fit(col_index, dst_width, src_width)) return 1;
   return 0;
 }
 
@@ -90,10 +103,11 @@ int image_u8_resize(unsigned char* dst, int dst_height, int dst_width, int* row_
       const int c2 = p[sw];
       const int d = p[sw + 1];
       // Signed division truncates toward zero (not a floor shift): kept,
-      // it decides the last bit on falling edges.
-      const int top = a + (wx * (b - a)) / 256;
-      const int bottom = c2 + (wx * (d - c2)) / 256;
-      int value = top + (wy * (bottom - top)) / 256;
+      // it decides the last bit on falling edges. Weights outside 0 .. 256
+      // extrapolate; 64-bit steps keep every product exact before the clamp.
+      const int64_t top = a + weighted_step(wx, b - a);
+      const int64_t bottom = c2 + weighted_step(wx, d - c2);
+      int64_t value = top + weighted_step(wy, bottom - top);
       if (value < 0) value = 0;
       if (value > 255) value = 255;
       dst_row[c] = static_cast<unsigned char>(value);

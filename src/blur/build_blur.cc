@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include "gaussian/threaded_filter.h"
 #include "qlsbp/blur.h"
@@ -40,8 +41,11 @@ void integral_u64(u64* out, const unsigned char* src, int h, int w) {
 // smaller planes it keeps every read inside the plane. A zero count gives 0.
 void box_mean(unsigned char* dst, const u64* ii, const unsigned* count, int h, int w, int ry,
               int rx) {
-  ry = std::max(ry, 0);
-  rx = std::max(rx, 0);
+  // A radius beyond the plane reaches the same rows and columns as one equal
+  // to the plane's size; bounding it first keeps y + ry and x + rx inside int
+  // for radii up to INT_MAX.
+  ry = std::min(std::max(ry, 0), h);
+  rx = std::min(std::max(rx, 0), w);
   for (int y = 0; y < h; ++y) {
     const int yb = std::min(y + ry, h - 1);
     const int yt = y - ry - 1;
@@ -87,6 +91,34 @@ void fill_tail_sharp(const SBPlaneTask& t, size_t enlarged, size_t n) {
   if (enlarged < n) memcpy(t.dst + enlarged, t.src + enlarged, n - enlarged);
 }
 
+// downsampleh2v2 over the plane's even rows without reading past its n
+// bytes. For an odd width the halving drifts by one byte per output row and
+// its last rows would run up to (H >> 1) bytes beyond the plane; the entries
+// that take those bytes lie in the last column of each half row, which the
+// later steps (reading h x w with w = W >> 1) never use. Those rows are
+// halved from a zero-padded copy of their in-plane bytes instead, which gives
+// every used entry unchanged.
+void halve_within_plane(unsigned char* small, unsigned char* src, int H, int W, size_t n) {
+  const int even_rows = H & ~1;
+  if ((W & 1) == 0) {
+    downsampleh2v2(small, src, even_rows, W);
+    return;
+  }
+  const int out_rows = even_rows >> 1;
+  const size_t out_cols = (static_cast<size_t>(W) >> 1) + 1;
+  const size_t advance = 2 * static_cast<size_t>(W) + 1;  // source bytes per half row
+  const size_t safe_rows = std::min(static_cast<size_t>(out_rows), n / advance);
+  if (safe_rows > 0) downsampleh2v2(small, src, static_cast<int>(2 * safe_rows), W);
+  if (safe_rows == static_cast<size_t>(out_rows)) return;
+  std::vector<unsigned char> pair(advance);
+  for (size_t j = safe_rows; j < static_cast<size_t>(out_rows); ++j) {
+    const size_t start = j * advance;
+    std::fill(pair.begin(), pair.end(), 0);
+    if (start < n) memcpy(pair.data(), src + start, std::min(advance, n - start));
+    downsampleh2v2(small + j * out_cols, pair.data(), 2, W);
+  }
+}
+
 }  // namespace
 
 void build_blur_plane(const SBPlaneTask* task, qlsbp::Executor& executor) {
@@ -103,9 +135,7 @@ void build_blur_plane(const SBPlaneTask* task, qlsbp::Executor& executor) {
   int h = H;
   int w = W;
   if (half) {
-    // An odd last source row would only feed a half-plane row that nothing
-    // reads, so it is left out rather than read past the plane.
-    downsampleh2v2(t.small, t.src, H & ~1, W);
+    halve_within_plane(t.small, t.src, H, W, n);
     h = H >> 1;
     w = W >> 1;
   }

@@ -30,7 +30,11 @@ struct FilterVariant {
   void* (*horizontal)(void*);
 };
 
-// The arena grants of one call, in the order they are taken.
+// Most strips a pass is cut into.
+constexpr int kMaxStrips = 7;
+
+// The scratch of one call. The arena is charged exactly the documented bytes
+// (see take_scratch); the typed arrays live where their alignment is natural.
 struct FilterScratch {
   uint8_t* tmp;
   int* row_offsets;
@@ -41,22 +45,24 @@ struct FilterScratch {
   GaussianThreadArg* horizontal_args;
 };
 
-// Padding so that the next grant is aligned for T (the arena never aligns),
-// then the array itself. Null when the arena cannot hold both.
-template <typename T>
-T* grant_array(QLMemInfoT* mem, unsigned long long count) {
-  const unsigned long long bytes = count * sizeof(T);
+// Thread handles and worker records of both passes, on the calling thread's
+// stack: naturally aligned whatever the arena offset.
+struct StripStorage {
+  pthread_t handles[2][kMaxStrips];
+  GaussianThreadArg args[2][kMaxStrips];
+};
+
+// Grants count * size bytes, exactly, or null (also when the byte count does
+// not fit the arena's 32-bit sizes).
+void* grant_bytes(QLMemInfoT* mem, unsigned long long count, size_t size) {
+  const unsigned long long bytes = count * size;
   if (bytes > UINT_MAX || mem->base == nullptr) return nullptr;
-  const uintptr_t next = reinterpret_cast<uintptr_t>(mem->base) + mem->used;
-  const unsigned pad = static_cast<unsigned>((alignof(T) - next % alignof(T)) % alignof(T));
-  if (AssignMemSpace(mem, pad, 1) == nullptr) return nullptr;
-  return static_cast<T*>(AssignMemSpace(mem, static_cast<unsigned>(bytes), 1));
+  return AssignMemSpace(mem, static_cast<unsigned>(bytes), 1);
 }
 
-// Worst-case bytes of one pass's handles and records, padding included.
+// Arena bytes of one pass's handles and records.
 unsigned long long pass_bytes(int handles, int records) {
-  return (alignof(pthread_t) - 1) + static_cast<unsigned long long>(handles) * sizeof(pthread_t) +
-         (alignof(GaussianThreadArg) - 1) +
+  return static_cast<unsigned long long>(handles) * sizeof(pthread_t) +
          static_cast<unsigned long long>(records) * sizeof(GaussianThreadArg);
 }
 
@@ -138,18 +144,24 @@ void horizontal_border_column(uint8_t* img, const uint8_t* tmp, int height, int 
   }
 }
 
-bool take_pass_scratch(QLMemInfoT* mem, const FilterVariant& v, FilterScratch* s) {
-  s->vertical_handles = grant_array<pthread_t>(mem, v.strips);
-  if (s->vertical_handles == nullptr) return false;
-  s->vertical_args = grant_array<GaussianThreadArg>(mem, v.strips);
-  if (s->vertical_args == nullptr) return false;
+// The handle and record grants of both passes, in order: vertical handles and
+// records, then horizontal handles (threaded variants only) and records. They
+// are charged to the arena exactly, so that callers can size arenas by the
+// documented sum; the arrays actually used are the aligned ones in `local`.
+bool take_pass_scratch(QLMemInfoT* mem, const FilterVariant& v, FilterScratch* s,
+                       StripStorage* local) {
+  if (grant_bytes(mem, v.strips, sizeof(pthread_t)) == nullptr) return false;
+  if (grant_bytes(mem, v.strips, sizeof(GaussianThreadArg)) == nullptr) return false;
+  s->vertical_handles = local->handles[0];
+  s->vertical_args = local->args[0];
   s->horizontal_handles = nullptr;
   if (v.threaded_horizontal) {
-    s->horizontal_handles = grant_array<pthread_t>(mem, v.strips);
-    if (s->horizontal_handles == nullptr) return false;
+    if (grant_bytes(mem, v.strips, sizeof(pthread_t)) == nullptr) return false;
+    s->horizontal_handles = local->handles[1];
   }
-  s->horizontal_args = grant_array<GaussianThreadArg>(mem, v.strips);
-  return s->horizontal_args != nullptr;
+  if (grant_bytes(mem, v.strips, sizeof(GaussianThreadArg)) == nullptr) return false;
+  s->horizontal_args = local->args[1];
+  return true;
 }
 
 GaussianThreadArg strip_arg(uint8_t* src, uint8_t* dst, const int* kernel, int* row_offsets,
@@ -263,14 +275,25 @@ int filter_plane(uint8_t* img, int height, int width, int ksize, const int* kern
   if (img == nullptr || kernel == nullptr || mem == nullptr) return 1;
   if (!sizes_supported(height, width, ksize)) return 1;
 
+  // Grants in order and of exactly these sizes: the temporary image, the
+  // row-offset and the border-offset tables, then the pass scratch. Within
+  // the span they make, the two int tables are placed first, at the first
+  // int-aligned address, and the temporary image after them; the up to
+  // alignof(int) - 1 bytes this shifts the image by come out of the pass
+  // grants that follow (at least 5 handles), which are taken before the
+  // image is written.
   FilterScratch s;
+  StripStorage local;
   const unsigned pixels = static_cast<unsigned>(height) * static_cast<unsigned>(width);
-  s.tmp = static_cast<uint8_t*>(AssignMemSpace(mem, pixels, 1));  // zero-filled
-  if (s.tmp == nullptr) return 1;
-  s.row_offsets = grant_array<int>(mem, static_cast<unsigned>(ksize));
-  if (s.row_offsets == nullptr) return 1;
-  s.border_offsets = grant_array<int>(mem, static_cast<unsigned>(ksize));
-  if (s.border_offsets == nullptr) return 1;
+  uint8_t* span = static_cast<uint8_t*>(AssignMemSpace(mem, pixels, 1));  // zero-filled
+  if (span == nullptr) return 1;
+  if (grant_bytes(mem, static_cast<unsigned>(ksize), sizeof(int)) == nullptr) return 1;
+  if (grant_bytes(mem, static_cast<unsigned>(ksize), sizeof(int)) == nullptr) return 1;
+  const uintptr_t at = reinterpret_cast<uintptr_t>(span);
+  const size_t shift = (alignof(int) - at % alignof(int)) % alignof(int);
+  s.row_offsets = reinterpret_cast<int*>(span + shift);
+  s.border_offsets = s.row_offsets + ksize;
+  s.tmp = reinterpret_cast<uint8_t*>(s.border_offsets + ksize);
   // Offsets of rows beyond the image are never read (those planes have no
   // interior rows); they are capped so that the table stays defined.
   for (int k = 0; k < ksize; ++k) {
@@ -278,7 +301,7 @@ int filter_plane(uint8_t* img, int height, int width, int ksize, const int* kern
     s.row_offsets[k] = off <= INT_MAX ? static_cast<int>(off) : INT_MAX;
   }
   if ((ksize & 1) == 0) return 1;
-  if (!take_pass_scratch(mem, v, &s)) return 1;
+  if (!take_pass_scratch(mem, v, &s, &local)) return 1;
 
   vertical_pass(img, height, width, ksize, kernel, v, s, executor);
   vertical_border(img, height, width, ksize, kernel, s);
@@ -331,11 +354,9 @@ int gaussian_filter_for_int_image_common(unsigned char* img, int height, int wid
 
 unsigned long long gaussian_filter_arena_bytes(int height, int width, int ksize) {
   if (height <= 0 || width <= 0 || ksize < 1) return 0;
-  const unsigned long long tables =
-      (alignof(int) - 1) + 2ULL * static_cast<unsigned long long>(ksize) * sizeof(int);
   const unsigned long long pixels = static_cast<unsigned long long>(height) * width;
-  const unsigned long long threaded = pass_bytes(7, 7) + pass_bytes(7, 7);
-  const unsigned long long common =
-      pass_bytes(5, 5) + (alignof(GaussianThreadArg) - 1) + 5ULL * sizeof(GaussianThreadArg);
+  const unsigned long long tables = 2ULL * static_cast<unsigned long long>(ksize) * sizeof(int);
+  const unsigned long long threaded = 2 * pass_bytes(7, 7);
+  const unsigned long long common = pass_bytes(5, 10);
   return pixels + tables + (threaded > common ? threaded : common);
 }

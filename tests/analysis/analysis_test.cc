@@ -8,6 +8,7 @@
 #include <climits>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <random>
 #include <vector>
 
@@ -56,7 +57,14 @@ TEST(DistanceTransform, LongColumnEdgeCasesAndLines) {
   const std::vector<double> got = run_edt(col, 1, 60000);
   for (int y = 0; y < 60000; ++y) ASSERT_EQ(got[y], double(y));
   for (double v : run_edt(std::vector<uint8_t>(30, 0), 6, 5)) EXPECT_EQ(v, 0.0);
-  for (double v : run_edt(std::vector<uint8_t>(30, 9), 6, 5)) EXPECT_TRUE(std::isnan(v));
+  // No site at all: one canonical quiet NaN, the same bits on every
+  // platform (sqrt of a negative number would carry the sign bit on x86-64
+  // and not on ARM).
+  for (double v : run_edt(std::vector<uint8_t>(30, 9), 6, 5)) {
+    uint64_t bits;
+    memcpy(&bits, &v, sizeof bits);
+    EXPECT_EQ(bits, 0x7ff8000000000000ULL);
+  }
   std::vector<uint8_t> img(4, 0);
   std::vector<double> out(4, 42.0);
   computeEDT(out.data(), img.data(), 4, -2);
@@ -97,6 +105,13 @@ TEST(VectorDistance, WrapAndOrderOfOperations) {
   float p[3] = {1, 4096, 1}, q[3] = {0, 0, 0}, s[3] = {3, 0, 1}, t[3] = {0, 4, 1};
   EXPECT_EQ(vecSqrDist_f3(p, q), 16777216.0f);
   EXPECT_EQ(vecDist_f3(s, t), 5.0f);
+  // Doubles: (a - b) per component, squared and summed. 2^27 + 1 squared is
+  // 2^54 + 2^28 + 1, which rounds to 2^54 + 2^28; adding 1 rounds back.
+  double u[2] = {1.5, -2.0}, v[2] = {-1.5, 2.0}, big[2] = {134217729.0, 1.0}, zero[2] = {0, 0};
+  EXPECT_EQ(pntSqrDist_d2(u, v), 25.0);
+  EXPECT_EQ(pntSqrDist_d2(v, u), 25.0);
+  EXPECT_EQ(pntSqrDist_d2(big, zero), 18014398777917440.0);
+  EXPECT_EQ(pntSqrDist_d2(zero, zero), 0.0);
 }
 
 // D65 Lab of linear RGB, all in double; compared within single precision.
@@ -183,10 +198,33 @@ TEST(ResizeTables, HandWorkedAndRefused) {
   EXPECT_EQ(ri, (V{1, 2}));
 }
 
-// Random geometries: the tables follow (i + 0.5) * src / (dst - 0.5) within
-// one weight step (they use float; skipped where it may round either side),
-// clamped to src - 2 with the unclamped weight. Through them the byte
-// resampler matches the truncating integer model exactly, the double one
+// The tables written out from their definition, in single precision as
+// defined: f = (i + 0.5) * (src / (dst - 0.5)), index = trunc(f) clamped to
+// src - 2, weight = round((f - trunc(f)) * 256) from the unclamped index.
+struct ModelAxis {
+  V index, frac, whole;
+  ModelAxis(int dst, int src) {
+    const float scale = float(src) / (float(dst) - 0.5f);
+    for (int i = 0; i < dst; ++i) {
+      const float f = (float(i) + 0.5f) * scale;
+      const int k = int(f);
+      whole.push_back(k);
+      index.push_back(std::min(k, src - 2));
+      const float part = (f - float(k)) * 256.0f;
+      frac.push_back(int(double(part) + 0.5));
+    }
+  }
+};
+
+// The bilinear step with truncating division, in exact 64-bit arithmetic.
+int64_t lerp256(int64_t a, int64_t b, int64_t w) {
+  const int64_t p = w * (b - a);
+  return a + p / 256;
+}
+
+// Random geometries: the tables equal the model exactly (and lie within one
+// weight step of the exact position); the byte resampler matches the
+// truncating integer model on the model's own tables exactly, the double one
 // the real-valued model within rounding, clamped.
 TEST(Resize, TablesAndResamplersMatchModels) {
   std::mt19937 rng(9);
@@ -196,26 +234,65 @@ TEST(Resize, TablesAndResamplersMatchModels) {
     std::vector<uint8_t> src = qlsbp_test::random_bytes(size_t(sw) * sh, iter), dst(dw * dh);
     std::vector<double> srcd(src.begin(), src.end()), dstd(dst.size());
     Tables t(dw, dh, sw, sh);
+    const ModelAxis mc(dw, sw), mr(dh, sh);
+    ASSERT_EQ(t.ci, mc.index) << sw << " " << dw;
+    ASSERT_EQ(t.cf, mc.frac) << sw << " " << dw;
+    ASSERT_EQ(t.ri, mr.index) << sh << " " << dh;
+    ASSERT_EQ(t.rf, mr.frac) << sh << " " << dh;
     ASSERT_EQ(t.ci[dw - 1], sw - 2);
     for (int i = 0; i < dw; ++i) {
       const double pos = (i + 0.5) * sw / (dw - 0.5);
-      if (std::fabs(pos - std::round(pos)) < 1e-3) continue;
-      ASSERT_EQ(t.ci[i], std::min(int(pos), sw - 2)) << sw << " " << dw << " " << i;
-      ASSERT_NEAR(int(pos) + t.cf[i] / 256.0, pos, 1.0 / 256 + 1e-4) << sw << " " << dw;
+      ASSERT_NEAR(mc.whole[i] + mc.frac[i] / 256.0, pos, 0.5 / 256 + 1e-4) << sw << " " << dw;
     }
     ASSERT_EQ(t.u8(dst.data(), dh, dw, src.data(), sh, sw), 0);
     ASSERT_EQ(t.dbl(dstd.data(), dh, dw, 200.0, srcd.data(), sh, sw), 0);
     for (int i = 0; i < dw * dh; ++i) {
-      const int r = i / dw, c = i % dw, wx = t.cf[c], wy = t.rf[r];
-      auto px = [&](int dy, int dx) { return int(src[(t.ri[r] + dy) * sw + t.ci[c] + dx]); };
-      const int top = px(0, 0) + wx * (px(0, 1) - px(0, 0)) / 256;
-      const int bot = px(1, 0) + wx * (px(1, 1) - px(1, 0)) / 256;
-      ASSERT_EQ(dst[i], top + wy * (bot - top) / 256) << r << "," << c;
+      const int r = i / dw, c = i % dw, wx = mc.frac[c], wy = mr.frac[r];
+      auto px = [&](int dy, int dx) { return int(src[(mr.index[r] + dy) * sw + mc.index[c] + dx]); };
+      const int64_t top = lerp256(px(0, 0), px(0, 1), wx);
+      const int64_t bot = lerp256(px(1, 0), px(1, 1), wx);
+      ASSERT_EQ(dst[i], lerp256(top, bot, wy)) << r << "," << c;
       const double rtop = px(0, 0) + (px(0, 1) - px(0, 0)) * wx / 256.0;
       const double rbot = px(1, 0) + (px(1, 1) - px(1, 0)) * wx / 256.0;
       ASSERT_NEAR(dstd[i], std::min(200.0, rtop + (rbot - rtop) * wy / 256.0), 1e-9);
     }
   }
+}
+
+// Weights outside 0 .. 256 extrapolate and clamp; only indexes are refused.
+// Hand-worked on src row 0 = {10, 20}, row 1 = {30, 60}:
+//  wx = 512: top = 10 + 2 x 10 = 30, bottom = 30 + 2 x 30 = 90; wy = -256:
+//  30 + (-256 x 60) / 256 = -30 -> 0; wy = 128: 30 + 30 = 60.
+//  wx = -300: top = 10 + (-3000 / 256 = -11) = -1, bottom = 30 + (-9000 /
+//  256 = -35) = -5; wy = 300: -1 + (-1200 / 256 = -4) = -5 -> 0.
+// Weights of INT_MAX and INT_MIN stay exact (no wrapping) and clamp.
+TEST(Resize, WeightsOutsideTheUnitRangeExtrapolate) {
+  std::vector<uint8_t> src = {10, 20, 30, 60}, dst(3, 0xA5);
+  V ri = {0, 0, 0}, ci = {0, 0, 0};
+  V rf = {-256}, cf = {512, 512, -300};
+  ASSERT_EQ(image_u8_resize(dst.data(), 1, 2, ri.data(), rf.data(), ci.data(), cf.data(), src.data(), 2, 2), 0);
+  EXPECT_EQ(dst[0], 0);
+  rf = {128};
+  ASSERT_EQ(image_u8_resize(dst.data(), 1, 2, ri.data(), rf.data(), ci.data(), cf.data(), src.data(), 2, 2), 0);
+  EXPECT_EQ(dst[0], 60);
+  rf = {300};
+  cf = {-300};
+  ASSERT_EQ(image_u8_resize(dst.data(), 1, 1, ri.data(), rf.data(), ci.data(), cf.data(), src.data(), 2, 2), 0);
+  EXPECT_EQ(dst[0], 0);
+  // INT_MAX: top = 10 + (2^31 - 1) x 10 / 256, far above 255 -> 255; with
+  // INT_MIN on rows the huge negative step wins -> 0.
+  cf = {INT_MAX};
+  rf = {0};
+  ASSERT_EQ(image_u8_resize(dst.data(), 1, 1, ri.data(), rf.data(), ci.data(), cf.data(), src.data(), 2, 2), 0);
+  EXPECT_EQ(dst[0], 255);
+  rf = {INT_MIN};
+  ASSERT_EQ(image_u8_resize(dst.data(), 1, 1, ri.data(), rf.data(), ci.data(), cf.data(), src.data(), 2, 2), 0);
+  EXPECT_EQ(dst[0], 0);
+  std::vector<double> srcd = {10, 20, 30, 60}, dd(1, -1.0);
+  rf = {128};
+  cf = {512};
+  ASSERT_EQ(double_resize(dd.data(), 1, 1, 1000.0, ri.data(), rf.data(), ci.data(), cf.data(), srcd.data(), 2, 2), 0);
+  EXPECT_EQ(dd[0], 60.0);
 }
 
 TEST(Resize, HandWorkedClampsAndRefusals) {
@@ -235,7 +312,9 @@ TEST(Resize, HandWorkedClampsAndRefusals) {
   EXPECT_EQ(t.u8(dst.data(), 2, 3, src.data(), 2, 1), 1);
   t.ci[2] = 1;
   EXPECT_EQ(t.u8(dst.data(), 2, 3, src.data(), 2, 2), 1);
-  t.ci[2] = 0, t.rf[1] = 257;
+  t.ci[2] = -1;
+  EXPECT_EQ(t.u8(dst.data(), 2, 3, src.data(), 2, 2), 1);
+  t.ci[2] = 0, t.ri[1] = 1;  // row index past side - 2
   EXPECT_EQ(t.u8(dst.data(), 2, 3, src.data(), 2, 2), 1);
   EXPECT_EQ(image_u8_resize(dst.data(), 0, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0),
             0);

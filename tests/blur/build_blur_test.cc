@@ -2,8 +2,11 @@
 // through a hand-filled task record.
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cstring>
 #include <vector>
 
+#include "common/guarded.h"
 #include "common/test_util.h"
 #include "processor/pipeline_model.h"
 #include "qlsbp/blur.h"
@@ -11,6 +14,31 @@
 #include "qlsbp/sb_data.h"
 
 namespace {
+
+// The half-resolution round trip written out by hand for even planes: 2 x 2
+// means rounded half up, then bilinear midpoints rounded half up with the
+// right column and the bottom row repeated.
+std::vector<uint8_t> halved_and_enlarged(const std::vector<uint8_t>& s, int rows, int cols) {
+  const int h = rows / 2, w = cols / 2;
+  std::vector<int> half(static_cast<size_t>(h) * w);
+  auto px = [&](int y, int x) { return static_cast<int>(s[static_cast<size_t>(y) * cols + x]); };
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x)
+      half[static_cast<size_t>(y) * w + x] =
+          (px(2 * y, 2 * x) + px(2 * y, 2 * x + 1) + px(2 * y + 1, 2 * x) + px(2 * y + 1, 2 * x + 1) + 2) >> 2;
+  auto at = [&](int y, int x) { return half[static_cast<size_t>(std::min(y, h - 1)) * w + std::min(x, w - 1)]; };
+  std::vector<uint8_t> out(s.size());
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      const int a = at(y, x), b = at(y, x + 1), c = at(y + 1, x), d = at(y + 1, x + 1);
+      uint8_t* o = &out[static_cast<size_t>(2 * y) * cols + 2 * x];
+      o[0] = static_cast<uint8_t>(a);
+      o[1] = static_cast<uint8_t>((a + b + 1) / 2);
+      o[cols] = static_cast<uint8_t>((a + c + 1) / 2);
+      o[cols + 1] = static_cast<uint8_t>((a + b + c + d + 2) / 4);
+    }
+  return out;
+}
 
 struct Worker {
   int rows, cols;
@@ -80,10 +108,41 @@ TEST(BuildBlur, BoxWithHalfResolutionGivesTheResampledSharpPlane) {
   w.task.radiusRows = w.task.radiusCols = 2;
   for (auto& c : w.range) c = 25;
   w.run();
-  std::vector<uint8_t> half(8 * 12), want(w.src.size());
-  downsampleh2v2(half.data(), w.src.data(), 16, 24);
-  upscalingh2v2(want.data(), half.data(), 8, 12);
-  EXPECT_EQ(want, w.dst);
+  EXPECT_EQ(halved_and_enlarged(w.src, 16, 24), w.dst);
+}
+
+TEST(BuildBlur, BoxRadiiNearIntMaxStayInsideThePlane) {
+  // Radii far beyond the plane cover the whole plane from every pixel: each
+  // output is the plane's sum divided by the count in the table.
+  Worker w(9, 13, 21, 0);
+  w.task.useGaussian = 0;
+  w.task.blurOption = 0;
+  unsigned long long total = 0;
+  for (uint8_t v : w.src) total += v;
+  for (auto& c : w.range) c = 9 * 13;
+  for (int r : {INT_MAX, INT_MAX - 1, INT_MAX / 2 + 1}) {
+    w.task.radiusRows = r;
+    w.task.radiusCols = INT_MAX - 3;
+    w.run();
+    for (size_t i = 0; i < w.dst.size(); ++i) ASSERT_EQ(total / (9 * 13), w.dst[i]) << r << " " << i;
+  }
+}
+
+TEST(BuildBlur, OddWidthAtHalfResolutionReadsNothingPastThePlane) {
+  // Planes sized exactly H x W and ending at a protected page: the halving's
+  // odd-width stepping must stay inside. The result equals the model, which
+  // is given a copy with readable bytes after the plane.
+  for (auto [r, c] : {std::pair<int, int>{6, 5}, {8, 7}, {12, 3}, {40, 1}, {10, 1}, {7, 9}, {64, 33}}) {
+    Worker w(r, c, static_cast<uint32_t>(r * 31 + c), 0);
+    const size_t n = static_cast<size_t>(r) * c;
+    qlsbp_test::Guarded src(n, qlsbp_test::Guarded::kGuardAfter);
+    memcpy(src.data(), w.src.data(), n);
+    w.task.src = src.data();
+    w.run();
+    std::vector<uint8_t> padded(w.src);
+    padded.resize(n + static_cast<size_t>(r) + 8, 0);
+    EXPECT_EQ(model::process_plane(padded.data(), w.mask, r, c, 1.5f), w.dst) << r << "x" << c;
+  }
 }
 
 TEST(BuildBlur, OddPlanesTakeTheSharpTailAndTheBlendSkipsThePartialBlock) {
@@ -104,10 +163,7 @@ TEST(BuildBlur, RecordsWithoutPlanesOrKernelAreHarmless) {
   Worker w(8, 8, 1, 0);
   w.task.kernelSize = 0;  // no kernel: the resampled plane is not blurred
   w.run();
-  std::vector<uint8_t> half(16), want(64);
-  downsampleh2v2(half.data(), w.src.data(), 8, 8);
-  upscalingh2v2(want.data(), half.data(), 4, 4);
-  EXPECT_EQ(want, w.dst);
+  EXPECT_EQ(halved_and_enlarged(w.src, 8, 8), w.dst);
   w.task.useGaussian = 0;
   w.task.wide = nullptr;
   w.task.range = nullptr;

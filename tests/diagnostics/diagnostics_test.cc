@@ -110,15 +110,43 @@ TEST(TextStamp, MatchesCellModel) {
   EXPECT_EQ(img, Bytes(120, 0));
 }
 
-// A grey plane with a label, written as PGM for the documentation.
+// "B-1" at scale 1 from (1, 1) on a 32 x 10 grey plane, drawn out by hand
+// from the font's B, '-' and 1 (9 x 8 cells, the pen advancing 10 pixels):
+// '#' is ink (255), '.' the background (48).
 TEST(TextStamp, RendersASampleLabel) {
+  const char* want[] = {
+      "................................",
+      ".#######................##......",
+      ".##....##..............###......",
+      ".##....##.............####......",
+      ".#######....######......##......",
+      ".##....##...######......##......",
+      ".##....##...............##......",
+      ".##....##...............##......",
+      ".#######..............######....",
+      "................................",
+  };
+  Bytes img(32 * 10, 48);
+  add_water_marking(img.data(), "b-1", 10, 32, 1, 1, 1, 1);
+  for (int y = 0; y < 10; ++y)
+    for (int x = 0; x < 32; ++x)
+      ASSERT_EQ(img[y * 32 + x], want[y][x] == '#' ? 255 : 48) << "row " << y << ", column " << x;
+
+  // At scale 3 every cell becomes a 3 x 3 block: the same picture, tripled.
+  Bytes big(96 * 30, 48);
+  add_water_marking(big.data(), "B-1", 30, 96, 3, 3, 3, 1);
+  for (int y = 0; y < 30; ++y)
+    for (int x = 0; x < 96; ++x)
+      ASSERT_EQ(big[y * 96 + x], want[y / 3][x / 3] == '#' ? 255 : 48) << "row " << y << ", column " << x;
+
+  // The sample for the documentation, written as PGM.
   const char* text = "BOKEH-2026";
   const int scale = 3, margin = 6, h = 8 * 3 + 12, w = 10 * 3 * 10 - 3 + 12;  // 10 characters
-  Bytes img(size_t(w) * h, 48);
-  add_water_marking(img.data(), text, h, w, margin, margin, scale, 1);
+  Bytes label(size_t(w) * h, 48);
+  add_water_marking(label.data(), text, h, w, margin, margin, scale, 1);
   std::ofstream f(std::string(QLSBP_TEST_OUTPUT_DIR) + "/text_stamp_sample.pgm", std::ios::binary);
   f << "P5\n" << w << " " << h << "\n255\n";
-  f.write(reinterpret_cast<const char*>(img.data()), std::streamsize(img.size()));
+  f.write(reinterpret_cast<const char*>(label.data()), std::streamsize(label.size()));
   EXPECT_TRUE(f.good());
 }
 

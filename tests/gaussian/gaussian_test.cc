@@ -11,6 +11,7 @@
 #include <limits>
 #include <numeric>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include "common/cpu_paths.h"
@@ -227,6 +228,43 @@ TEST(GaussianFilterTest, WorkerBodiesFilterTheirStrip) {
   }
 }
 
+// A call charges the arena exactly: the temporary image, two tables of ksize
+// ints, and the handles and records of both passes (7 + 7 handles and
+// records in the 61 and 21 tap variants, 5 handles and 5 + 5 records in the
+// common one), at every starting offset, so that arenas sized by this sum
+// are exactly enough; from a misaligned offset nothing is read or written
+// misaligned (UBSan checks).
+TEST(GaussianFilterTest, ArenaAccountingIsExact) {
+  const unsigned long long threaded = 14 * sizeof(pthread_t) + 14 * sizeof(GaussianThreadArg);
+  const unsigned long long common = 5 * sizeof(pthread_t) + 10 * sizeof(GaussianThreadArg);
+  for (auto [h, w, ks] : {std::tuple<int, int, int>{61, 73, 21}, {97, 89, 61}, {30, 31, 21}, {9, 7, 5}}) {
+    const Taps k = gaussian_taps(ks, 2.0f);
+    const Image img = random_bytes(size_t(h) * w, unsigned(h * w)), want = model_filter(img, h, w, k);
+    const unsigned long long tables = 2ULL * ks * sizeof(int);
+    EXPECT_EQ(gaussian_filter_arena_bytes(h, w, ks), h * w + tables + threaded);
+    for (unsigned start : {0u, 1u, 2u, 3u, 5u, 7u}) {
+      for (int variant = 0; variant < 3; ++variant) {
+        const unsigned long long due = h * w + tables + (variant < 2 ? threaded : common);
+        // Exactly the due bytes past start: enough; one fewer: refused.
+        for (unsigned long long cap : {start + due, start + due - 1}) {
+          std::vector<unsigned char> block(cap + 1, 0xCC);
+          QLMemInfoT mem{block.data() + 1, static_cast<unsigned>(cap), start};
+          Image out = img;
+          const int rc = kThreaded[variant](out.data(), h, w, ks, k.data(), &mem);
+          if (cap == start + due) {
+            ASSERT_EQ(rc, 0);
+            EXPECT_EQ(mem.used, start + due) << h << "x" << w << " " << ks << " @" << start;
+            EXPECT_EQ(out, want);
+          } else {
+            ASSERT_EQ(rc, 1);
+            EXPECT_EQ(out, img);
+          }
+        }
+      }
+    }
+  }
+}
+
 TEST(GaussianFilterTest, RefusalsLeaveTheImageAndStayInTheArena) {
   const int h = 23, w = 25;
   const Taps k = gaussian_taps(21, 3.0f);
@@ -241,12 +279,12 @@ TEST(GaussianFilterTest, RefusalsLeaveTheImageAndStayInTheArena) {
       const int rc = fn(out.data(), h, w, 21, k.data(), &mem);
       ASSERT_EQ(out, rc == 0 ? want : img) << capacity;
     }
-    // Even ksize: refused after the temporary image, int padding, two tables.
+    // Even ksize: refused after the temporary image and the two tables.
     std::vector<unsigned char> block(4096);
     QLMemInfoT mem{block.data(), 4096, 0};
     unsigned char px = 9;
     EXPECT_EQ(fn(&px, 1, 1, 4, k.data(), &mem), 1);
-    EXPECT_TRUE(mem.used >= 1 + 32u && mem.used <= 1 + 35u) << mem.used;
+    EXPECT_EQ(mem.used, 1 + 32u);  // exact: no padding between the grants
     mem.used = 0;
     // {h, w, ksize, result}: nothing to do, or refused; the last: h * w beyond INT_MAX.
     const int args[][4] = {{0, 5, 21, 0}, {5, -1, 21, 0}, {0, 5, 20, 1},

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <random>
 #include <vector>
 
 #include "common/test_util.h"
@@ -137,6 +138,44 @@ TEST(ClippedMeanTest, MatchesWindowModelAndHandWorkedValues) {
   integral_image_mean_u_uint8(dst.data(), integral.data(), 0, 2, 1);
   GaussianBokeh_uint8(dst.data(), nullptr, 2, 2, 1);
   EXPECT_EQ(dst, Image(4, 9));
+}
+
+}  // namespace
+
+namespace {
+
+// Past 2^24 single precision rounds, so the order of the additions decides
+// the bits: column sums accumulated down the rows, then added along the row.
+// A bright 300 x 300 image reaches about 2.1e7. The model is that order;
+// the same sums taken along the rows first (or exactly, in double) give other
+// bits, which shows that the image does exercise the order.
+TEST(GrayIntegral, FloatSumsFollowTheColumnThenRowOrder) {
+  const int h = 300, w = 300;
+  Image src(static_cast<size_t>(h) * w);
+  std::mt19937 rng(5);
+  for (auto& v : src) v = static_cast<uint8_t>(200 + rng() % 56);
+  std::vector<float> got(src.size());
+  GetGrayIntegralImage(src.data(), got.data(), w, h);
+
+  std::vector<float> want(src.size()), rows_first(src.size()), colsum(w, 0.0f), rowsum(w);
+  for (int y = 0; y < h; ++y) {
+    float run = 0.0f;
+    for (int x = 0; x < w; ++x) {
+      colsum[x] = y == 0 ? float(src[x]) : colsum[x] + float(src[y * w + x]);
+      want[y * w + x] = x == 0 ? colsum[0] : want[y * w + x - 1] + colsum[x];
+      run += float(src[y * w + x]);
+      rows_first[y * w + x] = y == 0 ? run : rows_first[(y - 1) * w + x] + run;
+    }
+  }
+  int differ_rows_first = 0;
+  for (size_t i = 0; i < src.size(); ++i) {
+    ASSERT_EQ(got[i], want[i]) << i;
+    differ_rows_first += rows_first[i] != want[i];
+  }
+  uint64_t exact = 0;
+  for (uint8_t v : src) exact += v;
+  EXPECT_GT(differ_rows_first, 1000);
+  EXPECT_GT(exact, 1u << 24);
 }
 
 }  // namespace

@@ -1,0 +1,2 @@
+// The scalar switch of this program's scalar re-run (see the header).
+#include "common/dispatch_check.h"

@@ -13,9 +13,21 @@
  * call: no thread of the library outlives a call and nothing runs between
  * calls. Sessions (below) can keep persistent workers instead.
  *
+ * Engines. The host API's frames go through the fast engine, which works on
+ * the caller's planes directly, unless the environment variable
+ * QLSBP_ENGINE is "reference" when sb_top_pv_initial opens the session; the
+ * reference engine packs, splits, blurs, joins and unpacks as the library
+ * always has. Both give the same bytes. With the fast engine a frame runs on
+ * one thread per online processor, the calling thread included (frames below
+ * 320 x 240 on the calling thread alone).
+ *
  * The session lives in two exported globals (pData and idat_pv, declared
  * in qlsbp/sb_data.h for C++ callers). They belong to the library: hosts may
- * read them but must not assign them.
+ * read them but must not assign them. pData's frame-to-frame members (the
+ * cached focus geometry, band width, cachedLevel, the task records and
+ * frameCount) follow every frame whatever the engine; after a frame on the
+ * fast engine the contents of idat_pv and of the processor's planar blocks
+ * and scratch planes are unspecified.
  */
 #ifndef QL_SINGLE_BOKEH_PREVIEW_H_
 #define QL_SINGLE_BOKEH_PREVIEW_H_
@@ -137,7 +149,9 @@ QLSBP_API int sb_top_pv_deinit(void);
  *
  * Workers. With workers = 0 a frame starts its threads and joins them
  * before returning, as the host API does: nothing lives between frames, at
- * the price of some 45 thread starts per frame. With workers = N > 0 the
+ * the price of thread starts in every frame (the fast engine starts one per
+ * online processor but one; the reference engine one per plane and one per
+ * filter strip, some 45). With workers = N > 0 the
  * session starts N threads when it is opened; they sleep on a condition
  * variable between frames (no polling) and are joined by
  * qlsbp_session_close. The calling thread works alongside them, so any N,

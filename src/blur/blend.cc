@@ -36,6 +36,16 @@ void blend_row_c(uint8_t* dst, const uint8_t* first, const uint8_t* second, cons
   }
 }
 
+void blend_uv_row_c(uint8_t* dst, const uint8_t* first_even, const uint8_t* first_odd,
+                    const uint8_t* second, const uint16_t* weight, int n) {
+  for (int i = 0; i < n; ++i) {
+    // One pixel of each plane through the plain kernel; it reads second
+    // before writing dst, so in place is fine.
+    blend_row_c(dst + 2 * i, first_even + i, second + 2 * i, weight + i, 1);
+    blend_row_c(dst + 2 * i + 1, first_odd + i, second + 2 * i + 1, weight + i, 1);
+  }
+}
+
 void blend_alpha_row_c(uint8_t* dst, const uint8_t* first, const uint8_t* second,
                        const uint16_t* weight, int n, int alpha) {
   const int32_t a = as_s16(static_cast<uint32_t>(alpha));
@@ -60,6 +70,11 @@ void blend_alpha_row_c(uint8_t* dst, const uint8_t* first, const uint8_t* second
 void blend_row(uint8_t* dst, const uint8_t* first, const uint8_t* second, const uint16_t* weight,
                int n) {
   QLSBP_BLEND_PICK(blend_row)(dst, first, second, weight, n);
+}
+
+void blend_uv_row(uint8_t* dst, const uint8_t* first_even, const uint8_t* first_odd,
+                  const uint8_t* second, const uint16_t* weight, int n) {
+  QLSBP_BLEND_PICK(blend_uv_row)(dst, first_even, first_odd, second, weight, n);
 }
 
 void blend_alpha_row(uint8_t* dst, const uint8_t* first, const uint8_t* second,

@@ -68,6 +68,25 @@ void blend_row_sse2(uint8_t* dst, const uint8_t* first, const uint8_t* second,
   blend_row_c(dst + i, first + i, second + i, weight + i, n - i);
 }
 
+void blend_uv_row_sse2(uint8_t* dst, const uint8_t* first_even, const uint8_t* first_odd,
+                       const uint8_t* second, const uint16_t* weight, int n) {
+  const __m128i zero = _mm_setzero_si128();
+  int i = 0;
+  for (; i + 8 <= n; i += 8) {
+    // Interleave the two blurred rows as the caller's row is, and give each
+    // weight to both bytes of its pair.
+    const __m128i f = _mm_unpacklo_epi8(load8(first_even + i), load8(first_odd + i));
+    const __m128i s = load(second + 2 * i);
+    const __m128i w = load(weight + i);
+    const __m128i lo =
+        blend8(_mm_unpacklo_epi8(f, zero), _mm_unpacklo_epi8(s, zero), _mm_unpacklo_epi16(w, w));
+    const __m128i hi =
+        blend8(_mm_unpackhi_epi8(f, zero), _mm_unpackhi_epi8(s, zero), _mm_unpackhi_epi16(w, w));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 2 * i), _mm_packus_epi16(lo, hi));
+  }
+  blend_uv_row_c(dst + 2 * i, first_even + i, first_odd + i, second + 2 * i, weight + i, n - i);
+}
+
 void blend_alpha_row_sse2(uint8_t* dst, const uint8_t* first, const uint8_t* second,
                           const uint16_t* weight, int n, int alpha) {
   const int a = static_cast<int>(static_cast<uint32_t>(alpha) & 0xffffu);

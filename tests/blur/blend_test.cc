@@ -129,4 +129,32 @@ TEST(BlendRows, VectorTwinsMatchScalar) {
   }
 }
 
+// Interleaved chroma blended in one step, in place and out of place, equals
+// blending each split plane with the plain kernel and interleaving them;
+// full-range weights include the wrapping ones, and a guard byte catches a
+// write past the n pairs.
+TEST(BlendRows, InterleavedBlendMatchesSplitPlanes) {
+  for (const auto& path : qlsbp_test::cpu_paths()) {
+    qlsbp_test::ScopedCpuMask mask(path.flags);
+    for (int n = 0; n <= 70; ++n) {
+      const Bytes even = random_bytes(n, 3 * n), odd = random_bytes(n, 3 * n + 1);
+      const Bytes pairs = random_bytes(2 * static_cast<size_t>(n), 3 * n + 2);
+      Weights weight(n);
+      std::generate(weight.begin(), weight.end(), std::mt19937(n + 5));
+      Bytes want(2 * static_cast<size_t>(n) + 1, 0xee);
+      for (int i = 0; i < n; ++i) {
+        blend_row_c(&want[2 * i], &even[i], &pairs[2 * i], &weight[i], 1);
+        blend_row_c(&want[2 * i + 1], &odd[i], &pairs[2 * i + 1], &weight[i], 1);
+      }
+      Bytes apart(want.size(), 0xee);
+      blend_uv_row(apart.data(), even.data(), odd.data(), pairs.data(), weight.data(), n);
+      EXPECT_EQ(want, apart) << path.name << " n=" << n;
+      Bytes in_place = pairs;
+      in_place.push_back(0xee);
+      blend_uv_row(in_place.data(), even.data(), odd.data(), in_place.data(), weight.data(), n);
+      EXPECT_EQ(want, in_place) << path.name << " n=" << n << " in place";
+    }
+  }
+}
+
 }  // namespace

@@ -167,6 +167,14 @@ void halve_rows(const Group& g, uint8_t* scratch, int first, int end) {
       downsample2x2_row(p.small + static_cast<size_t>(j) * p.w, upper, lower, p.w);
       continue;
     }
+    if (g.kind == kChromaUV) {
+      // The pairs are split inside the halving: no split rows at all.
+      const Plane& u = *g.plane[0];
+      const Plane& v = *g.plane[1];
+      const size_t at = static_cast<size_t>(j) * u.w;
+      downsample2x2_uv_row(u.small + at, v.small + at, upper, lower, u.w);
+      continue;
+    }
     // Split both caller rows into the planes' own rows, then halve those.
     uint8_t* rows[2][3];
     uint8_t* at = scratch;
@@ -176,13 +184,8 @@ void halve_rows(const Group& g, uint8_t* scratch, int first, int end) {
         at += align_up(static_cast<size_t>(g.plane[i]->W));
       }
     }
-    if (g.kind == kChromaUV) {
-      split_uv_row(rows[0][0], rows[0][1], upper, g.plane[0]->W);
-      split_uv_row(rows[1][0], rows[1][1], lower, g.plane[0]->W);
-    } else {
-      split_yuyv_row(rows[0][0], rows[0][1], rows[0][2], upper, g.plane[1]->W);
-      split_yuyv_row(rows[1][0], rows[1][1], rows[1][2], lower, g.plane[1]->W);
-    }
+    split_yuyv_row(rows[0][0], rows[0][1], rows[0][2], upper, g.plane[1]->W);
+    split_yuyv_row(rows[1][0], rows[1][1], rows[1][2], lower, g.plane[1]->W);
     for (int i = 0; i < g.count; ++i) {
       const Plane& p = *g.plane[i];
       downsample2x2_row(p.small + static_cast<size_t>(j) * p.w, rows[0][i], rows[1][i], p.w);
@@ -197,18 +200,20 @@ struct PlaneRows {
   uint8_t* line;     // vertical result with reflected ends, w + 2 * reach
   uint8_t* ring[2];  // blurred half rows, by row parity
   uint8_t* up[2];    // the two enlarged rows
-  uint8_t* sharp;    // the caller's row split out (grouped planes only)
+  uint8_t* sharp;    // the caller's row split out (packed 4:2:2 only)
 };
 
-size_t plane_band_bytes(const Plane& p, bool grouped) {
+// `split`: the band also needs the plane's sharp row split out of the
+// caller's row (packed 4:2:2 only; interleaved chroma blends in place).
+size_t plane_band_bytes(const Plane& p, bool split) {
   size_t bytes = align_up(static_cast<size_t>(p.w) + 2 * kPreviewReach);
   bytes += 2 * align_up(static_cast<size_t>(p.w));
   bytes += 2 * align_up(static_cast<size_t>(p.W));
-  if (grouped) bytes += align_up(static_cast<size_t>(p.W));
+  if (split) bytes += align_up(static_cast<size_t>(p.W));
   return bytes;
 }
 
-uint8_t* carve_plane_rows(const Plane& p, bool grouped, uint8_t* at, PlaneRows* r) {
+uint8_t* carve_plane_rows(const Plane& p, bool split, uint8_t* at, PlaneRows* r) {
   r->line = at;
   at += align_up(static_cast<size_t>(p.w) + 2 * kPreviewReach);
   for (int i = 0; i < 2; ++i) {
@@ -220,7 +225,7 @@ uint8_t* carve_plane_rows(const Plane& p, bool grouped, uint8_t* at, PlaneRows* 
     at += align_up(static_cast<size_t>(p.W));
   }
   r->sharp = nullptr;
-  if (grouped) {
+  if (split) {
     r->sharp = at;
     at += align_up(static_cast<size_t>(p.W));
   }
@@ -256,28 +261,32 @@ void store_own_row(const Plane& p, const uint8_t* up, uint8_t* row, int y) {
 // each plane into its enlarged row, join them back into the caller's row.
 void store_group_row(const Group& g, PlaneRows* rows, int half, uint8_t* row, int y) {
   if (g.kind == kChromaUV) {
-    split_uv_row(rows[0].sharp, rows[1].sharp, row, g.plane[0]->W);
-  } else {
-    split_yuyv_row(rows[0].sharp, rows[1].sharp, rows[2].sharp, row, g.plane[1]->W);
+    // Both chroma planes of 4:2:0 share one mask: blend the pairs in place,
+    // reading each weight once; the unblended end takes the enlarged pairs.
+    const Plane& p = *g.plane[0];
+    const int n = blended_in_row(p, y);
+    const uint8_t* u = rows[0].up[half];
+    const uint8_t* v = rows[1].up[half];
+    if (n > 0) blend_uv_row(row, u, v, row, p.mask + static_cast<size_t>(y) * p.W, n);
+    if (n < p.W) join_uv_row(row + 2 * n, u + n, v + n, p.W - n);
+    return;
   }
+  split_yuyv_row(rows[0].sharp, rows[1].sharp, rows[2].sharp, row, g.plane[1]->W);
   for (int i = 0; i < g.count; ++i) {
     const Plane& p = *g.plane[i];
     const int n = blended_in_row(p, y);
     uint8_t* up = rows[i].up[half];
     if (n > 0) blend_row(up, up, rows[i].sharp, p.mask + static_cast<size_t>(y) * p.W, n);
   }
-  if (g.kind == kChromaUV) {
-    join_uv_row(row, rows[0].up[half], rows[1].up[half], g.plane[0]->W);
-  } else {
-    join_yuyv_row(row, rows[0].up[half], rows[1].up[half], rows[2].up[half], g.plane[1]->W);
-  }
+  join_yuyv_row(row, rows[0].up[half], rows[1].up[half], rows[2].up[half], g.plane[1]->W);
 }
 
 void run_band(const Group& g, uint8_t* scratch, int first, int end) {
   const bool grouped = g.kind != kOnePlane;
+  const bool split = g.kind == kPackedYUYV;
   PlaneRows rows[3];
   uint8_t* at = scratch;
-  for (int i = 0; i < g.count; ++i) at = carve_plane_rows(*g.plane[i], grouped, at, &rows[i]);
+  for (int i = 0; i < g.count; ++i) at = carve_plane_rows(*g.plane[i], split, at, &rows[i]);
 
   for (int i = 0; i < g.count; ++i)
     blur_half_row(*g.plane[i], rows[i], first, rows[i].ring[first & 1]);
@@ -347,11 +356,11 @@ void plan_pieces(Frame* fr, int total, bool second_phase, size_t* bytes) {
     if (n < 1) n = 1;
     if (n > g.h) n = g.h;
     const int pieces = static_cast<int>(n);
-    const bool grouped = g.kind != kOnePlane;
+    const bool split = g.kind == kPackedYUYV;
     size_t per = 0;
     for (int k = 0; k < g.count; ++k) {
-      per += second_phase ? plane_band_bytes(*g.plane[k], grouped)
-                          : (grouped ? 2 * align_up(static_cast<size_t>(g.plane[k]->W)) : 0);
+      per += second_phase ? plane_band_bytes(*g.plane[k], split)
+                          : (split ? 2 * align_up(static_cast<size_t>(g.plane[k]->W)) : 0);
     }
     if (second_phase) {
       g.pieces2 = pieces;
@@ -403,6 +412,10 @@ int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex) {
   if (code == kPacked422) {
     add_group(fr, kPackedYUYV, p[0], s[0], 3, luma, first, second);
   } else if (code == kSemiPlanar420) {
+    if (first->mask != second->mask) {
+      free(fr);
+      return kFastEngineUseReference;
+    }
     add_group(fr, kOnePlane, p[0], s[0], 1, luma, nullptr, nullptr);
     add_group(fr, kChromaUV, p[1], s[1], 2, first, second, nullptr);
   } else {

@@ -226,6 +226,22 @@ TEST(FastEngine, MatchesReferenceOnFrameSequences) {
   EXPECT_GT(counts.declined, 5);
 }
 
+// Frames wide enough for the sharp middle of the focus ellipse to spare the
+// blur of whole stretches of half rows, with the ellipse moved, resized and
+// pushed past the borders; 228 x 332 leaves chroma planes whose size is not
+// a multiple of eight (an unblended end in the last row).
+TEST(FastEngine, WideSharpRegions) {
+  qlsbp::SerialExecutor serial;
+  Counts counts;
+  uint32_t seed = 300;
+  for (int format : {2, 3, 4}) {
+    SCOPED_TRACE(testing::Message() << "format " << format);
+    run_sequence(format, 228, 332, 10, seed++, serial, &counts);
+    run_sequence(format, 120, 400, 8, seed++, serial, &counts);
+  }
+  EXPECT_GT(counts.fast, 30);
+}
+
 TEST(FastEngine, TinyAndOddHalfSizes) {
   qlsbp::SerialExecutor serial;
   Counts counts;

@@ -48,6 +48,7 @@ struct Plane {
   long long blended;  // pixels the blend covers, in dense order
   int ksize;          // non-zero taps of the kernel, 2 * reach + 1
   int kernel[kPreviewTaps];
+  int focus;  // a column where the sharp region of the mask is looked for
 };
 
 // How the planes of a group share the caller's rows.
@@ -232,34 +233,167 @@ uint8_t* carve_plane_rows(const Plane& p, bool split, uint8_t* at, PlaneRows* r)
   return at;
 }
 
+// ---- Sharp runs: where the output is the caller's pixel ------------------
+//
+// Under the weight 1024 the blend gives exactly the sharp pixel, whatever the
+// blurred one is: F + (((S - F) * 1024 + 512) >> 10) == S. So, per output
+// row, a run of blended pixels whose weights are all exactly 1024 needs
+// neither a blend nor (when the rows around it agree) a blur. Weights above
+// 1024 and the unblended end of the plane are not part of any run.
+
+constexpr uint16_t kSharp = 1024;
+// Half rows skip their blur only over at least this many columns.
+constexpr int kMinSkip = 32;
+
+const uint16_t* sharp_weights() {
+  static const struct Ones {
+    uint16_t w[2048];
+    Ones() {
+      for (uint16_t& v : w) v = kSharp;
+    }
+  } ones;
+  return ones.w;
+}
+
+// True when w[0 .. n) are all 1024 (memcmp is the library's vector loop).
+bool all_sharp(const uint16_t* w, int n) {
+  const uint16_t* ones = sharp_weights();
+  while (n > 0) {
+    const int k = n < 2048 ? n : 2048;
+    if (memcmp(w, ones, static_cast<size_t>(k) * sizeof(uint16_t)) != 0) return false;
+    w += k;
+    n -= k;
+  }
+  return true;
+}
+
+struct Run {
+  int a = 0, b = 0;  // [a, b), empty when a >= b
+};
+
+// The run of 1024 weights around column m of w[0 .. n).
+Run grow_run(const uint16_t* w, int n, int m) {
+  Run r;
+  if (m < 0 || m >= n || w[m] != kSharp) return r;
+  r.a = m;
+  r.b = m + 1;
+  while (r.a > 0 && w[r.a - 1] == kSharp) --r.a;
+  while (r.b < n && w[r.b] == kSharp) ++r.b;
+  return r;
+}
+
+// Runs of a plane's output rows, found from the previous row's run (a mask's
+// sharp region changes little from row to row) or from the focus column;
+// the last four rows are kept, which covers the rows one half row needs.
+struct RunCache {
+  int tag[4] = {-1, -1, -1, -1};
+  Run run[4];
+  Run hint;
+};
+
+Run find_run(const Plane& p, RunCache* c, int y) {
+  const int n = blended_in_row(p, y);
+  const uint16_t* w = p.mask + static_cast<size_t>(y) * p.W;
+  Run r;
+  const int ha = c->hint.a, hb = c->hint.b < n ? c->hint.b : n;
+  if (ha < hb) {
+    // Trim the previous run to this row, check its inside, grow its ends.
+    r.a = ha;
+    r.b = hb;
+    while (r.a < r.b && w[r.a] != kSharp) ++r.a;
+    while (r.b > r.a && w[r.b - 1] != kSharp) --r.b;
+    if (r.a < r.b && !all_sharp(w + r.a, r.b - r.a)) r = grow_run(w, n, (r.a + r.b) >> 1);
+    if (r.a < r.b) {
+      while (r.a > 0 && w[r.a - 1] == kSharp) --r.a;
+      while (r.b < n && w[r.b] == kSharp) ++r.b;
+    }
+  } else {
+    r = grow_run(w, n, p.focus);
+  }
+  c->hint = r;
+  return r;
+}
+
+Run row_run(const Plane& p, RunCache* c, int y) {
+  const int slot = y & 3;
+  if (c->tag[slot] != y) {
+    c->run[slot] = find_run(p, c, y);
+    c->tag[slot] = y;
+  }
+  return c->run[slot];
+}
+
+// Half columns [a, b) of half row j that no output pixel outside the sharp
+// runs reads: output rows 2j - 1 .. 2j + 1 read half row j, and output
+// column c reads half columns c >> 1 and, for odd c, (c + 1) >> 1.
+Run half_row_skip(const Plane& p, RunCache* c, int j) {
+  Run out{0, p.W};
+  for (int y = 2 * j - 1; y <= 2 * j + 1; ++y) {
+    if (y < 0 || y >= p.H) continue;
+    const Run r = row_run(p, c, y);
+    if (r.a > out.a) out.a = r.a;
+    if (r.b < out.b) out.b = r.b;
+  }
+  Run half{(out.a + 2) >> 1, out.b >> 1};
+  if (out.a >= out.b || half.b - half.a < kMinSkip) half = Run{};
+  return half;
+}
+
 // Half row j of the blurred plane: the vertical pass over the half plane's
 // rows j - reach .. j + reach (reflected), then the horizontal pass over a
 // line whose ends are reflected the same way.
-void blur_half_row(const Plane& p, const PlaneRows& r, int j, uint8_t* out) {
+//
+// Columns [skip.a, skip.b) of the result are not needed: the horizontal pass
+// leaves them out, and the vertical pass leaves out what only they read
+// (the values left there are never used).
+void blur_half_row(const Plane& p, const PlaneRows& r, int j, Run skip, uint8_t* out) {
   const int reach = p.ksize >> 1;
   int offsets[kPreviewTaps];
   for (int k = 0; k < p.ksize; ++k) offsets[k] = gauss_mirror(j - reach + k, p.h) * p.w;
   uint8_t* v = r.line + reach;
-  gauss_vertical_row(v, p.small, offsets, p.kernel, p.ksize, p.w);
+  const GaussVerticalRowFn vertical = gauss_vertical_row_pick();
+  if (skip.a < skip.b) {
+    const int left = skip.a + reach;   // vertical results [0, left)
+    const int right = skip.b - reach;  // and [right, w)
+    vertical(v, p.small, offsets, p.kernel, p.ksize, left < p.w ? left : p.w);
+    if (right < p.w) vertical(v + right, p.small + right, offsets, p.kernel, p.ksize, p.w - right);
+  } else {
+    vertical(v, p.small, offsets, p.kernel, p.ksize, p.w);
+  }
   for (int i = 0; i < reach; ++i) {
     r.line[i] = v[gauss_mirror(i - reach, p.w)];
     v[p.w + i] = v[gauss_mirror(p.w + i, p.w)];
   }
-  gauss_horizontal_row(out, r.line, p.kernel, p.ksize, p.w);
+  const GaussHorizontalRowFn horizontal = gauss_horizontal_row_pick();
+  if (skip.a < skip.b) {
+    horizontal(out, r.line, p.kernel, p.ksize, skip.a);
+    horizontal(out + skip.b, r.line + skip.b, p.kernel, p.ksize, p.w - skip.b);
+  } else {
+    horizontal(out, r.line, p.kernel, p.ksize, p.w);
+  }
 }
 
 // Output row y of a plane of its own: blend the enlarged row with the
 // caller's sharp row in place; after the last whole block of eight the
 // enlarged value stays.
-void store_own_row(const Plane& p, const uint8_t* up, uint8_t* row, int y) {
+// The sharp run `keep` already holds its result.
+void store_own_row(const Plane& p, const uint8_t* up, uint8_t* row, int y, Run keep) {
   const int n = blended_in_row(p, y);
-  if (n > 0) blend_row(row, up, row, p.mask + static_cast<size_t>(y) * p.W, n);
+  const uint16_t* w = p.mask + static_cast<size_t>(y) * p.W;
+  if (keep.a < keep.b) {
+    blend_row(row, up, row, w, keep.a);
+    blend_row(row + keep.b, up + keep.b, row + keep.b, w + keep.b, n - keep.b);
+  } else if (n > 0) {
+    blend_row(row, up, row, w, n);
+  }
   if (n < p.W) memcpy(row + n, up + n, static_cast<size_t>(p.W - n));
 }
 
 // Output row y of a group sharing its caller rows: split the sharp row, blend
 // each plane into its enlarged row, join them back into the caller's row.
-void store_group_row(const Group& g, PlaneRows* rows, int half, uint8_t* row, int y) {
+// For interleaved chroma, `keep` is the planes' shared sharp run; packed
+// 4:2:2 blends everything (under 1024 the blurred value does not matter).
+void store_group_row(const Group& g, PlaneRows* rows, int half, uint8_t* row, int y, Run keep) {
   if (g.kind == kChromaUV) {
     // Both chroma planes of 4:2:0 share one mask: blend the pairs in place,
     // reading each weight once; the unblended end takes the enlarged pairs.
@@ -267,7 +401,14 @@ void store_group_row(const Group& g, PlaneRows* rows, int half, uint8_t* row, in
     const int n = blended_in_row(p, y);
     const uint8_t* u = rows[0].up[half];
     const uint8_t* v = rows[1].up[half];
-    if (n > 0) blend_uv_row(row, u, v, row, p.mask + static_cast<size_t>(y) * p.W, n);
+    const uint16_t* w = p.mask + static_cast<size_t>(y) * p.W;
+    if (keep.a < keep.b) {
+      blend_uv_row(row, u, v, row, w, keep.a);
+      const int b = keep.b;
+      blend_uv_row(row + 2 * b, u + b, v + b, row + 2 * b, w + b, n - b);
+    } else if (n > 0) {
+      blend_uv_row(row, u, v, row, w, n);
+    }
     if (n < p.W) join_uv_row(row + 2 * n, u + n, v + n, p.W - n);
     return;
   }
@@ -288,14 +429,23 @@ void run_band(const Group& g, uint8_t* scratch, int first, int end) {
   uint8_t* at = scratch;
   for (int i = 0; i < g.count; ++i) at = carve_plane_rows(*g.plane[i], split, at, &rows[i]);
 
-  for (int i = 0; i < g.count; ++i)
-    blur_half_row(*g.plane[i], rows[i], first, rows[i].ring[first & 1]);
+  // Interleaved chroma planes share their mask, so the first plane's runs
+  // serve both; packed 4:2:2 planes each have their own.
+  RunCache runs[3];
+  const int run_of[3] = {0, g.kind == kChromaUV ? 0 : 1, g.kind == kChromaUV ? 0 : 2};
+  for (int i = 0; i < g.count; ++i) {
+    const Plane& p = *g.plane[i];
+    blur_half_row(p, rows[i], first, half_row_skip(p, &runs[run_of[i]], first),
+                  rows[i].ring[first & 1]);
+  }
   for (int s = first; s < end; ++s) {
     const bool below = s + 1 < g.h;
     for (int i = 0; i < g.count; ++i) {
       const Plane& p = *g.plane[i];
       const PlaneRows& r = rows[i];
-      if (below) blur_half_row(p, r, s + 1, r.ring[(s + 1) & 1]);
+      if (below) {
+        blur_half_row(p, r, s + 1, half_row_skip(p, &runs[run_of[i]], s + 1), r.ring[(s + 1) & 1]);
+      }
       // The bottom half row has no row below: enlarging it with itself
       // replicates the bottom edge, as the reference enlargement does.
       const uint8_t* next = below ? r.ring[(s + 1) & 1] : r.ring[s & 1];
@@ -305,9 +455,10 @@ void run_band(const Group& g, uint8_t* scratch, int first, int end) {
       const int y = 2 * s + half;
       uint8_t* row = g.base + g.stride * static_cast<ptrdiff_t>(y);
       if (grouped) {
-        store_group_row(g, rows, half, row, y);
+        const Run keep = g.kind == kChromaUV ? row_run(*g.plane[0], &runs[0], y) : Run{};
+        store_group_row(g, rows, half, row, y, keep);
       } else {
-        store_own_row(*g.plane[0], rows[0].up[half], row, y);
+        store_own_row(*g.plane[0], rows[0].up[half], row, y, row_run(*g.plane[0], &runs[0], y));
       }
     }
   }
@@ -406,6 +557,11 @@ int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex) {
     free(fr);
     return kFastEngineUseReference;
   }
+
+  // The mask's sharp region lies around the focus column.
+  const int focus = d->focusCol < 0 ? 0 : d->focusCol;
+  luma->focus = focus;
+  first->focus = second->focus = focus >> 1;
 
   unsigned char* const* p = frame->plane;
   const int* s = frame->stride;

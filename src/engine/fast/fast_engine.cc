@@ -233,94 +233,139 @@ uint8_t* carve_plane_rows(const Plane& p, bool split, uint8_t* at, PlaneRows* r)
   return at;
 }
 
-// ---- Sharp runs: where the output is the caller's pixel ------------------
+// ---- Mask runs: where the blend has nothing to compute -------------------
 //
 // Under the weight 1024 the blend gives exactly the sharp pixel, whatever the
-// blurred one is: F + (((S - F) * 1024 + 512) >> 10) == S. So, per output
-// row, a run of blended pixels whose weights are all exactly 1024 needs
-// neither a blend nor (when the rows around it agree) a blur. Weights above
-// 1024 and the unblended end of the plane are not part of any run.
+// blurred one is: F + (((S - F) * 1024 + 512) >> 10) == S; under the weight 0
+// it gives exactly the blurred one, F + (512 >> 10) == F. So, per output row,
+// a run of blended pixels whose weights are all exactly 1024 needs neither a
+// blend nor (when the rows around it agree) a blur, and a run of zeros needs
+// only a copy of the blurred pixels. A focus mask is mostly zeros, then a
+// ramp, a sharp middle, a ramp and zeros again, and changes little from row
+// to row, so each row's runs are found from the previous row's with library
+// compares (vector loops) and short scalar steps. Shorter runs than the
+// longest are still right, only slower. Weights above 1024 and the
+// unblended end of the plane are in no run.
 
 constexpr uint16_t kSharp = 1024;
 // Half rows skip their blur only over at least this many columns.
 constexpr int kMinSkip = 32;
+// Runs grow by this many weights per library compare before scalar steps.
+constexpr int kGrowStep = 64;
+constexpr int kPatternLength = 2048;
 
-const uint16_t* sharp_weights() {
-  static const struct Ones {
-    uint16_t w[2048];
-    Ones() {
-      for (uint16_t& v : w) v = kSharp;
+struct Patterns {
+  uint16_t zero[kPatternLength];
+  uint16_t sharp[kPatternLength];
+  Patterns() {
+    for (int i = 0; i < kPatternLength; ++i) {
+      zero[i] = 0;
+      sharp[i] = kSharp;
     }
-  } ones;
-  return ones.w;
+  }
+};
+
+const Patterns& patterns() {
+  static const Patterns p;
+  return p;
 }
 
-// True when w[0 .. n) are all 1024 (memcmp is the library's vector loop).
-bool all_sharp(const uint16_t* w, int n) {
-  const uint16_t* ones = sharp_weights();
+// True when w[0 .. n) all equal the pattern's value.
+bool all_equal(const uint16_t* w, int n, const uint16_t* pattern) {
   while (n > 0) {
-    const int k = n < 2048 ? n : 2048;
-    if (memcmp(w, ones, static_cast<size_t>(k) * sizeof(uint16_t)) != 0) return false;
+    const int k = n < kPatternLength ? n : kPatternLength;
+    if (memcmp(w, pattern, static_cast<size_t>(k) * sizeof(uint16_t)) != 0) return false;
     w += k;
     n -= k;
   }
   return true;
 }
 
+// Moves `from` right while w[from] equals the pattern's value, up to limit.
+int grow_right(const uint16_t* w, int from, int limit, const uint16_t* pattern) {
+  while (limit - from >= kGrowStep && all_equal(w + from, kGrowStep, pattern)) from += kGrowStep;
+  while (from < limit && w[from] == pattern[0]) ++from;
+  return from;
+}
+
+// Moves `from` left while w[from - 1] equals the pattern's value, down to limit.
+int grow_left(const uint16_t* w, int from, int limit, const uint16_t* pattern) {
+  while (from - limit >= kGrowStep && all_equal(w + from - kGrowStep, kGrowStep, pattern)) {
+    from -= kGrowStep;
+  }
+  while (from > limit && w[from - 1] == pattern[0]) --from;
+  return from;
+}
+
 struct Run {
   int a = 0, b = 0;  // [a, b), empty when a >= b
 };
 
-// The run of 1024 weights around column m of w[0 .. n).
-Run grow_run(const uint16_t* w, int n, int m) {
-  Run r;
-  if (m < 0 || m >= n || w[m] != kSharp) return r;
-  r.a = m;
-  r.b = m + 1;
-  while (r.a > 0 && w[r.a - 1] == kSharp) --r.a;
-  while (r.b < n && w[r.b] == kSharp) ++r.b;
-  return r;
-}
-
-// Runs of a plane's output rows, found from the previous row's run (a mask's
-// sharp region changes little from row to row) or from the focus column;
-// the last four rows are kept, which covers the rows one half row needs.
-struct RunCache {
-  int tag[4] = {-1, -1, -1, -1};
-  Run run[4];
-  Run hint;
+// One output row: zeros over [0, z0) and [z1, n), 1024 over sharp (inside
+// [z0, z1)); n is the row's blended length.
+struct RowRuns {
+  int z0 = 0, z1 = 0;
+  Run sharp;
 };
 
-Run find_run(const Plane& p, RunCache* c, int y) {
+// The runs of a plane's last four output rows (enough for one half row and
+// the two rows being stored), and the last row's runs as the next hint.
+struct RunCache {
+  int tag[4] = {-1, -1, -1, -1};
+  RowRuns runs[4];
+  RowRuns hint;
+  bool have_hint = false;
+};
+
+RowRuns find_runs(const Plane& p, RunCache* c, int y) {
+  const Patterns& pat = patterns();
   const int n = blended_in_row(p, y);
   const uint16_t* w = p.mask + static_cast<size_t>(y) * p.W;
-  Run r;
-  const int ha = c->hint.a, hb = c->hint.b < n ? c->hint.b : n;
-  if (ha < hb) {
-    // Trim the previous run to this row, check its inside, grow its ends.
-    r.a = ha;
-    r.b = hb;
-    while (r.a < r.b && w[r.a] != kSharp) ++r.a;
-    while (r.b > r.a && w[r.b - 1] != kSharp) --r.b;
-    if (r.a < r.b && !all_sharp(w + r.a, r.b - r.a)) r = grow_run(w, n, (r.a + r.b) >> 1);
-    if (r.a < r.b) {
-      while (r.a > 0 && w[r.a - 1] == kSharp) --r.a;
-      while (r.b < n && w[r.b] == kSharp) ++r.b;
-    }
+  const RowRuns h = c->have_hint ? c->hint : RowRuns{0, n, Run{}};
+  RowRuns r;
+  // Leading zeros: the hint's, cut back until they hold, then grown.
+  int z = h.z0 < n ? h.z0 : n;
+  while (z > 0 && !all_equal(w, z, pat.zero)) z = z < 8 ? 0 : (z - (z >> 2)) & ~7;
+  r.z0 = grow_right(w, z, n, pat.zero);
+  // Trailing zeros, the same way from the right.
+  z = h.z1 > r.z0 ? (h.z1 < n ? h.z1 : n) : n;
+  while (z < n && !all_equal(w + z, n - z, pat.zero)) {
+    const int len = n - z;
+    z = len < 8 ? n : n - ((len - (len >> 2)) & ~7);
+  }
+  r.z1 = grow_left(w, z, r.z0, pat.zero);
+  // The sharp middle: the hint's, trimmed to this row and checked inside, or
+  // else the run around its middle or around the focus column.
+  int a = h.sharp.a > r.z0 ? h.sharp.a : r.z0;
+  int b = h.sharp.b < r.z1 ? h.sharp.b : r.z1;
+  int m = -1;
+  if (a < b) {
+    while (a < b && w[a] != kSharp) ++a;
+    while (b > a && w[b - 1] != kSharp) --b;
+    if (a < b && !all_equal(w + a, b - a, pat.sharp)) m = (a + b) >> 1;
   } else {
-    r = grow_run(w, n, p.focus);
+    m = p.focus;
+  }
+  if (m >= 0) {
+    a = b = 0;
+    if (m >= r.z0 && m < r.z1 && w[m] == kSharp) a = m, b = m + 1;
+  }
+  if (a < b) {
+    r.sharp.a = grow_left(w, a, r.z0, pat.sharp);
+    r.sharp.b = grow_right(w, b, r.z1, pat.sharp);
   }
   c->hint = r;
+  c->have_hint = true;
   return r;
 }
 
-Run row_run(const Plane& p, RunCache* c, int y) {
+const RowRuns& row_runs(const Plane& p, RunCache* c, int y) {
   const int slot = y & 3;
   if (c->tag[slot] != y) {
-    c->run[slot] = find_run(p, c, y);
+    c->runs[slot] = find_runs(p, c, y);
     c->tag[slot] = y;
   }
-  return c->run[slot];
+  return c->runs[slot];
 }
 
 // Half columns [a, b) of half row j that no output pixel outside the sharp
@@ -330,7 +375,7 @@ Run half_row_skip(const Plane& p, RunCache* c, int j) {
   Run out{0, p.W};
   for (int y = 2 * j - 1; y <= 2 * j + 1; ++y) {
     if (y < 0 || y >= p.H) continue;
-    const Run r = row_run(p, c, y);
+    const Run r = row_runs(p, c, y).sharp;
     if (r.a > out.a) out.a = r.a;
     if (r.b < out.b) out.b = r.b;
   }
@@ -376,40 +421,49 @@ void blur_half_row(const Plane& p, const PlaneRows& r, int j, Run skip, uint8_t*
 // Output row y of a plane of its own: blend the enlarged row with the
 // caller's sharp row in place; after the last whole block of eight the
 // enlarged value stays.
-// The sharp run `keep` already holds its result.
-void store_own_row(const Plane& p, const uint8_t* up, uint8_t* row, int y, Run keep) {
-  const int n = blended_in_row(p, y);
-  const uint16_t* w = p.mask + static_cast<size_t>(y) * p.W;
-  if (keep.a < keep.b) {
-    blend_row(row, up, row, w, keep.a);
-    blend_row(row + keep.b, up + keep.b, row + keep.b, w + keep.b, n - keep.b);
-  } else if (n > 0) {
-    blend_row(row, up, row, w, n);
+// Calls blend(from, to) over the parts of [runs.z0, runs.z1) outside the
+// sharp run, which already holds its result.
+template <typename Blend>
+void blend_between(const RowRuns& runs, Blend blend) {
+  if (runs.sharp.a < runs.sharp.b) {
+    blend(runs.z0, runs.sharp.a);
+    blend(runs.sharp.b, runs.z1);
+  } else {
+    blend(runs.z0, runs.z1);
   }
-  if (n < p.W) memcpy(row + n, up + n, static_cast<size_t>(p.W - n));
 }
 
-// Output row y of a group sharing its caller rows: split the sharp row, blend
-// each plane into its enlarged row, join them back into the caller's row.
-// For interleaved chroma, `keep` is the planes' shared sharp run; packed
-// 4:2:2 blends everything (under 1024 the blurred value does not matter).
-void store_group_row(const Group& g, PlaneRows* rows, int half, uint8_t* row, int y, Run keep) {
+// Output row y of a plane of its own, blended in place: the enlarged row
+// where the weights are 0 and after the last whole block of eight, the
+// caller's pixels where they are 1024, the blend elsewhere.
+void store_own_row(const Plane& p, const uint8_t* up, uint8_t* row, int y, const RowRuns& runs) {
+  const uint16_t* w = p.mask + static_cast<size_t>(y) * p.W;
+  if (runs.z0 > 0) memcpy(row, up, static_cast<size_t>(runs.z0));
+  blend_between(runs, [&](int from, int to) {
+    if (to > from) blend_row(row + from, up + from, row + from, w + from, to - from);
+  });
+  if (runs.z1 < p.W) memcpy(row + runs.z1, up + runs.z1, static_cast<size_t>(p.W - runs.z1));
+}
+
+// Output row y of a group sharing its caller rows. Interleaved chroma (both
+// planes of 4:2:0 share one mask, whose runs are `runs`) is blended in place
+// in pairs, reading each weight once. Packed 4:2:2 splits the sharp row,
+// blends each plane into its enlarged row and joins them back; it blends
+// everything (under 1024 the blurred value does not matter).
+void store_group_row(const Group& g, PlaneRows* rows, int half, uint8_t* row, int y,
+                     const RowRuns& runs) {
   if (g.kind == kChromaUV) {
-    // Both chroma planes of 4:2:0 share one mask: blend the pairs in place,
-    // reading each weight once; the unblended end takes the enlarged pairs.
     const Plane& p = *g.plane[0];
-    const int n = blended_in_row(p, y);
     const uint8_t* u = rows[0].up[half];
     const uint8_t* v = rows[1].up[half];
     const uint16_t* w = p.mask + static_cast<size_t>(y) * p.W;
-    if (keep.a < keep.b) {
-      blend_uv_row(row, u, v, row, w, keep.a);
-      const int b = keep.b;
-      blend_uv_row(row + 2 * b, u + b, v + b, row + 2 * b, w + b, n - b);
-    } else if (n > 0) {
-      blend_uv_row(row, u, v, row, w, n);
-    }
-    if (n < p.W) join_uv_row(row + 2 * n, u + n, v + n, p.W - n);
+    if (runs.z0 > 0) join_uv_row(row, u, v, runs.z0);
+    blend_between(runs, [&](int from, int to) {
+      if (to > from)
+        blend_uv_row(row + 2 * from, u + from, v + from, row + 2 * from, w + from, to - from);
+    });
+    const int z1 = runs.z1;
+    if (z1 < p.W) join_uv_row(row + 2 * z1, u + z1, v + z1, p.W - z1);
     return;
   }
   split_yuyv_row(rows[0].sharp, rows[1].sharp, rows[2].sharp, row, g.plane[1]->W);
@@ -455,10 +509,11 @@ void run_band(const Group& g, uint8_t* scratch, int first, int end) {
       const int y = 2 * s + half;
       uint8_t* row = g.base + g.stride * static_cast<ptrdiff_t>(y);
       if (grouped) {
-        const Run keep = g.kind == kChromaUV ? row_run(*g.plane[0], &runs[0], y) : Run{};
-        store_group_row(g, rows, half, row, y, keep);
+        const RowRuns none;
+        const RowRuns& r = g.kind == kChromaUV ? row_runs(*g.plane[0], &runs[0], y) : none;
+        store_group_row(g, rows, half, row, y, r);
       } else {
-        store_own_row(*g.plane[0], rows[0].up[half], row, y, row_run(*g.plane[0], &runs[0], y));
+        store_own_row(*g.plane[0], rows[0].up[half], row, y, row_runs(*g.plane[0], &runs[0], y));
       }
     }
   }

@@ -64,6 +64,19 @@ void blend_alpha_row_sse2(uint8_t* dst, const uint8_t* first, const uint8_t* sec
 void blend_alpha_row_neon(uint8_t* dst, const uint8_t* first, const uint8_t* second,
                           const uint16_t* weight, int n, int alpha);
 
+// Runs of equal weights: the number of leading (weight_run_forward) or
+// trailing (weight_run_backward) entries of weight[0 .. n) equal to v, 0 when
+// n < 1. They read the run and at most one block past it, never outside
+// weight[0 .. n).
+int weight_run_forward_c(const uint16_t* weight, int n, uint16_t v);
+int weight_run_forward_sse2(const uint16_t* weight, int n, uint16_t v);
+int weight_run_forward_neon(const uint16_t* weight, int n, uint16_t v);
+int weight_run_backward_c(const uint16_t* weight, int n, uint16_t v);
+int weight_run_backward_sse2(const uint16_t* weight, int n, uint16_t v);
+int weight_run_backward_neon(const uint16_t* weight, int n, uint16_t v);
+
+using WeightRunFn = int (*)(const uint16_t* weight, int n, uint16_t v);
+
 // The variants this build and environment select (scalar under
 // QLSBP_FORCE_SCALAR).
 void downsample2x2_row(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, int n);
@@ -76,5 +89,7 @@ void blend_uv_row(uint8_t* dst, const uint8_t* first_even, const uint8_t* first_
                   const uint8_t* second, const uint16_t* weight, int n);
 void blend_alpha_row(uint8_t* dst, const uint8_t* first, const uint8_t* second,
                      const uint16_t* weight, int n, int alpha);
+WeightRunFn weight_run_forward_pick();
+WeightRunFn weight_run_backward_pick();
 
 #endif  // QLSBP_BLUR_BLUR_ROWS_H_

@@ -157,4 +157,32 @@ TEST(BlendRows, InterleavedBlendMatchesSplitPlanes) {
   }
 }
 
+// Runs of equal weights: a row of value v with one other weight placed at
+// every position (and none), counted from either end, on every path against
+// the obvious count; the rows sit at odd element offsets so that the vector
+// blocks straddle the other weight in every way.
+TEST(WeightRuns, CountEqualWeightsFromEitherEnd) {
+  for (const auto& path : qlsbp_test::cpu_paths()) {
+    qlsbp_test::ScopedCpuMask mask(path.flags);
+    const WeightRunFn forward = weight_run_forward_pick();
+    const WeightRunFn backward = weight_run_backward_pick();
+    for (uint16_t v : {uint16_t{0}, uint16_t{1024}}) {
+      for (int n : {0, 1, 7, 15, 16, 17, 31, 33, 70}) {
+        for (int other = -1; other < n; ++other) {
+          Weights w(n + 3, v);
+          if (other >= 0) w[1 + other] = static_cast<uint16_t>(v ^ (other % 3 == 0 ? 1 : 0x8400));
+          const int lead = other < 0 ? n : other;
+          const int trail = other < 0 ? n : n - 1 - other;
+          EXPECT_EQ(forward(w.data() + 1, n, v), lead) << path.name << " n=" << n << " at " << other;
+          EXPECT_EQ(backward(w.data() + 1, n, v), trail)
+              << path.name << " n=" << n << " at " << other;
+        }
+      }
+      EXPECT_EQ(forward(nullptr, -4, v), 0);
+      EXPECT_EQ(backward(nullptr, -4, v), 0);
+    }
+  }
+}
+
 }  // namespace
+

@@ -240,62 +240,17 @@ uint8_t* carve_plane_rows(const Plane& p, bool split, uint8_t* at, PlaneRows* r)
 // it gives exactly the blurred one, F + (512 >> 10) == F. So, per output row,
 // a run of blended pixels whose weights are all exactly 1024 needs neither a
 // blend nor (when the rows around it agree) a blur, and a run of zeros needs
-// only a copy of the blurred pixels. A focus mask is mostly zeros, then a
-// ramp, a sharp middle, a ramp and zeros again, and changes little from row
-// to row, so each row's runs are found from the previous row's with library
-// compares (vector loops) and short scalar steps. Shorter runs than the
-// longest are still right, only slower. Weights above 1024 and the
-// unblended end of the plane are in no run.
+// only a copy of the blurred pixels. A focus mask row is zeros, a ramp, a
+// sharp middle, a ramp and zeros again: the zeros are measured from both
+// ends, the sharp run around the middle of the previous row's (or the focus
+// column). Each weight of a run is read once by a vector compare, which is
+// far cheaper than blending it. A missed or shorter run is still right,
+// only slower. Weights above 1024 and the unblended end of the plane are in
+// no run.
 
 constexpr uint16_t kSharp = 1024;
 // Half rows skip their blur only over at least this many columns.
 constexpr int kMinSkip = 32;
-// Runs grow by this many weights per library compare before scalar steps.
-constexpr int kGrowStep = 64;
-constexpr int kPatternLength = 2048;
-
-struct Patterns {
-  uint16_t zero[kPatternLength];
-  uint16_t sharp[kPatternLength];
-  Patterns() {
-    for (int i = 0; i < kPatternLength; ++i) {
-      zero[i] = 0;
-      sharp[i] = kSharp;
-    }
-  }
-};
-
-const Patterns& patterns() {
-  static const Patterns p;
-  return p;
-}
-
-// True when w[0 .. n) all equal the pattern's value.
-bool all_equal(const uint16_t* w, int n, const uint16_t* pattern) {
-  while (n > 0) {
-    const int k = n < kPatternLength ? n : kPatternLength;
-    if (memcmp(w, pattern, static_cast<size_t>(k) * sizeof(uint16_t)) != 0) return false;
-    w += k;
-    n -= k;
-  }
-  return true;
-}
-
-// Moves `from` right while w[from] equals the pattern's value, up to limit.
-int grow_right(const uint16_t* w, int from, int limit, const uint16_t* pattern) {
-  while (limit - from >= kGrowStep && all_equal(w + from, kGrowStep, pattern)) from += kGrowStep;
-  while (from < limit && w[from] == pattern[0]) ++from;
-  return from;
-}
-
-// Moves `from` left while w[from - 1] equals the pattern's value, down to limit.
-int grow_left(const uint16_t* w, int from, int limit, const uint16_t* pattern) {
-  while (from - limit >= kGrowStep && all_equal(w + from - kGrowStep, kGrowStep, pattern)) {
-    from -= kGrowStep;
-  }
-  while (from > limit && w[from - 1] == pattern[0]) --from;
-  return from;
-}
 
 struct Run {
   int a = 0, b = 0;  // [a, b), empty when a >= b
@@ -309,53 +264,29 @@ struct RowRuns {
 };
 
 // The runs of a plane's last four output rows (enough for one half row and
-// the two rows being stored), and the last row's runs as the next hint.
+// the two rows being stored), and the last sharp run as the next hint.
 struct RunCache {
   int tag[4] = {-1, -1, -1, -1};
   RowRuns runs[4];
-  RowRuns hint;
-  bool have_hint = false;
+  Run hint;
+  WeightRunFn forward = weight_run_forward_pick();
+  WeightRunFn backward = weight_run_backward_pick();
 };
 
 RowRuns find_runs(const Plane& p, RunCache* c, int y) {
-  const Patterns& pat = patterns();
   const int n = blended_in_row(p, y);
   const uint16_t* w = p.mask + static_cast<size_t>(y) * p.W;
-  const RowRuns h = c->have_hint ? c->hint : RowRuns{0, n, Run{}};
   RowRuns r;
-  // Leading zeros: the hint's, cut back until they hold, then grown.
-  int z = h.z0 < n ? h.z0 : n;
-  while (z > 0 && !all_equal(w, z, pat.zero)) z = z < 8 ? 0 : (z - (z >> 2)) & ~7;
-  r.z0 = grow_right(w, z, n, pat.zero);
-  // Trailing zeros, the same way from the right.
-  z = h.z1 > r.z0 ? (h.z1 < n ? h.z1 : n) : n;
-  while (z < n && !all_equal(w + z, n - z, pat.zero)) {
-    const int len = n - z;
-    z = len < 8 ? n : n - ((len - (len >> 2)) & ~7);
+  r.z0 = c->forward(w, n, 0);
+  r.z1 = n - c->backward(w + r.z0, n - r.z0, 0);
+  const int guesses[2] = {c->hint.a < c->hint.b ? (c->hint.a + c->hint.b) >> 1 : -1, p.focus};
+  for (int m : guesses) {
+    if (m < r.z0 || m >= r.z1 || w[m] != kSharp) continue;
+    r.sharp.a = m - c->backward(w + r.z0, m - r.z0, kSharp);
+    r.sharp.b = m + c->forward(w + m, r.z1 - m, kSharp);
+    break;
   }
-  r.z1 = grow_left(w, z, r.z0, pat.zero);
-  // The sharp middle: the hint's, trimmed to this row and checked inside, or
-  // else the run around its middle or around the focus column.
-  int a = h.sharp.a > r.z0 ? h.sharp.a : r.z0;
-  int b = h.sharp.b < r.z1 ? h.sharp.b : r.z1;
-  int m = -1;
-  if (a < b) {
-    while (a < b && w[a] != kSharp) ++a;
-    while (b > a && w[b - 1] != kSharp) --b;
-    if (a < b && !all_equal(w + a, b - a, pat.sharp)) m = (a + b) >> 1;
-  } else {
-    m = p.focus;
-  }
-  if (m >= 0) {
-    a = b = 0;
-    if (m >= r.z0 && m < r.z1 && w[m] == kSharp) a = m, b = m + 1;
-  }
-  if (a < b) {
-    r.sharp.a = grow_left(w, a, r.z0, pat.sharp);
-    r.sharp.b = grow_right(w, b, r.z1, pat.sharp);
-  }
-  c->hint = r;
-  c->have_hint = true;
+  c->hint = r.sharp;
   return r;
 }
 

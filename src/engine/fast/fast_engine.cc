@@ -520,7 +520,8 @@ void plan_pieces(Frame* fr, int total, bool second_phase, size_t* bytes) {
 
 }  // namespace
 
-int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex) {
+int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex,
+                    long long min_piece_pixels) {
   if (d == nullptr || !frame_fits(d, frame)) return kFastEngineUseReference;
   const int code = frame->format;
   const int rows = d->rows;
@@ -574,7 +575,16 @@ int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex) {
   int workers = ex.concurrency();
   if (workers < 1) workers = 1;
   if (workers > kMaxWorkers) workers = kMaxWorkers;
-  const int total = workers * kPiecesPerWorker;
+  // A piece should outweigh what handing it to another thread may cost (an
+  // executor may start a thread per piece); a frame with work for one piece
+  // only runs on the calling thread.
+  long long work = 0;
+  for (int i = 0; i < 3; ++i) work += static_cast<long long>(fr->planes[i].H) * fr->planes[i].W;
+  long long wanted = min_piece_pixels > 0 ? work / min_piece_pixels : work;
+  if (wanted > workers * kPiecesPerWorker) wanted = workers * kPiecesPerWorker;
+  const int total = wanted > 1 ? static_cast<int>(wanted) : 1;
+  qlsbp::SerialExecutor here;
+  qlsbp::Executor& run_on = total > 1 ? ex : here;
   size_t bytes1 = 0, bytes2 = 0;
   plan_pieces(fr, total, false, &bytes1);
   plan_pieces(fr, total, true, &bytes2);
@@ -593,9 +603,9 @@ int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex) {
   fr->scratch = reinterpret_cast<uint8_t*>(align_up(reinterpret_cast<uintptr_t>(block)));
 
   plan_pieces(fr, total, false, &bytes1);
-  ex.run(fr->piece_count, halve_piece, fr);
+  run_on.run(fr->piece_count, halve_piece, fr);
   plan_pieces(fr, total, true, &bytes2);
-  ex.run(fr->piece_count, band_piece, fr);
+  run_on.run(fr->piece_count, band_piece, fr);
 
   free(own);
   free(fr);

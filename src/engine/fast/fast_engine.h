@@ -40,8 +40,11 @@ enum FastEngineResult {
 //  - the last (plane size mod 8) pixels of each plane, in dense plane order,
 //    keep the enlarged blurred value (the blend works in blocks of eight);
 //  - each chroma plane blurred with the settings of its own task record.
-// The band work runs on `ex`, cut into about as many pieces as
-// ex.concurrency() suggests.
+// The work runs on `ex`, cut into about as many pieces as ex.concurrency()
+// suggests, but none smaller than `min_piece_pixels` pixels of all planes
+// together; a frame with work for one piece only runs on the calling thread
+// (starting a thread would cost more than it saves). Tests pass 1 to cut
+// small frames as finely as large ones.
 //
 // Returns kFastEngineUseReference, before touching the planes, for:
 //  - task records that do not fit this frame's layout (stale records from a
@@ -58,6 +61,10 @@ enum FastEngineResult {
 // planarOut and quarter-size scratch planes, and of the session's dense
 // work buffer, are unspecified (they are not what the reference engine would
 // leave there). The masks and task records are only read.
-int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex);
+// About half a millisecond of one core's work: several times what starting
+// a thread costs.
+constexpr long long kFastEngineMinPiecePixels = 512 * 1024;
+int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex,
+                    long long min_piece_pixels = kFastEngineMinPiecePixels);
 
 #endif  // QLSBP_ENGINE_FAST_FAST_ENGINE_H_

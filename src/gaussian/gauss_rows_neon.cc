@@ -54,8 +54,8 @@ inline int32x4_t mla_lo(int32x4_t acc, uint16x8_t v, Tap t) {
 
 // Low 8 bits of (sum >> 10) for eight lanes.
 inline uint8x8_t narrow8(int32x4_t a, int32x4_t b) {
-  const uint16x4_t na = vmovn_u32(vshrq_n_u32(vreinterpretq_u32_s32(a), 10));
-  const uint16x4_t nb = vmovn_u32(vshrq_n_u32(vreinterpretq_u32_s32(b), 10));
+  const uint16x4_t na = vshrn_n_u32(vreinterpretq_u32_s32(a), 10);
+  const uint16x4_t nb = vshrn_n_u32(vreinterpretq_u32_s32(b), 10);
   return vmovn_u16(vcombine_u16(na, nb));
 }
 

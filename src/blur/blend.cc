@@ -46,6 +46,19 @@ void blend_uv_row_c(uint8_t* dst, const uint8_t* first_even, const uint8_t* firs
   }
 }
 
+void blend_yuyv_row_c(uint8_t* dst, const uint8_t* first_y, const uint8_t* first_u,
+                      const uint8_t* first_v, const uint8_t* second, const uint16_t* weight_y,
+                      const uint16_t* weight_c, int n) {
+  for (int i = 0; i < n; ++i) {
+    uint8_t* d = dst + 4 * i;
+    const uint8_t* s = second + 4 * i;
+    blend_row_c(d, first_y + 2 * i, s, weight_y + 2 * i, 1);
+    blend_row_c(d + 1, first_u + i, s + 1, weight_c + i, 1);
+    blend_row_c(d + 2, first_y + 2 * i + 1, s + 2, weight_y + 2 * i + 1, 1);
+    blend_row_c(d + 3, first_v + i, s + 3, weight_c + i, 1);
+  }
+}
+
 void blend_alpha_row_c(uint8_t* dst, const uint8_t* first, const uint8_t* second,
                        const uint16_t* weight, int n, int alpha) {
   const int32_t a = as_s16(static_cast<uint32_t>(alpha));
@@ -75,6 +88,12 @@ void blend_row(uint8_t* dst, const uint8_t* first, const uint8_t* second, const 
 void blend_uv_row(uint8_t* dst, const uint8_t* first_even, const uint8_t* first_odd,
                   const uint8_t* second, const uint16_t* weight, int n) {
   QLSBP_BLEND_PICK(blend_uv_row)(dst, first_even, first_odd, second, weight, n);
+}
+
+void blend_yuyv_row(uint8_t* dst, const uint8_t* first_y, const uint8_t* first_u,
+                    const uint8_t* first_v, const uint8_t* second, const uint16_t* weight_y,
+                    const uint16_t* weight_c, int n) {
+  QLSBP_BLEND_PICK(blend_yuyv_row)(dst, first_y, first_u, first_v, second, weight_y, weight_c, n);
 }
 
 void blend_alpha_row(uint8_t* dst, const uint8_t* first, const uint8_t* second,

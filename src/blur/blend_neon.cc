@@ -53,6 +53,28 @@ void blend_uv_row_neon(uint8_t* dst, const uint8_t* first_even, const uint8_t* f
   blend_uv_row_c(dst + 2 * i, first_even + i, first_odd + i, second + 2 * i, weight + i, n - i);
 }
 
+void blend_yuyv_row_neon(uint8_t* dst, const uint8_t* first_y, const uint8_t* first_u,
+                         const uint8_t* first_v, const uint8_t* second, const uint16_t* weight_y,
+                         const uint16_t* weight_c, int n) {
+  int i = 0;
+  for (; i + 8 <= n; i += 8) {
+    // vld4 / vst4 split and join Y0 U Y1 V; vld2 splits the luma into even
+    // and odd samples and their weights the same way.
+    const uint8x8x4_t s = vld4_u8(second + 4 * i);
+    const uint8x8x2_t y = vld2_u8(first_y + 2 * i);
+    const uint16x8x2_t wy = vld2q_u16(weight_y + 2 * i);
+    const int16x8_t wc = vreinterpretq_s16_u16(vld1q_u16(weight_c + i));
+    uint8x8x4_t out;
+    out.val[0] = blend8(y.val[0], s.val[0], vreinterpretq_s16_u16(wy.val[0]));
+    out.val[1] = blend8(vld1_u8(first_u + i), s.val[1], wc);
+    out.val[2] = blend8(y.val[1], s.val[2], vreinterpretq_s16_u16(wy.val[1]));
+    out.val[3] = blend8(vld1_u8(first_v + i), s.val[3], wc);
+    vst4_u8(dst + 4 * i, out);
+  }
+  blend_yuyv_row_c(dst + 4 * i, first_y + 2 * i, first_u + i, first_v + i, second + 4 * i,
+                   weight_y + 2 * i, weight_c + i, n - i);
+}
+
 void blend_alpha_row_neon(uint8_t* dst, const uint8_t* first, const uint8_t* second,
                           const uint16_t* weight, int n, int alpha) {
   const int a = static_cast<int>(static_cast<uint32_t>(alpha) & 0xffffu);

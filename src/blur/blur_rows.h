@@ -55,6 +55,21 @@ void blend_uv_row_sse2(uint8_t* dst, const uint8_t* first_even, const uint8_t* f
 void blend_uv_row_neon(uint8_t* dst, const uint8_t* first_even, const uint8_t* first_odd,
                        const uint8_t* second, const uint16_t* weight, int n);
 
+// The blend above for packed 4:2:2 (Y0 U Y1 V), n pairs: luma sample j of
+// the row blends first_y[j] under weight_y[j], the chroma samples of pair i
+// blend first_u[i] and first_v[i] under weight_c[i]; second holds the sharp
+// pairs. Equals splitting the row, blending each plane and joining them. dst
+// may be second.
+void blend_yuyv_row_c(uint8_t* dst, const uint8_t* first_y, const uint8_t* first_u,
+                      const uint8_t* first_v, const uint8_t* second, const uint16_t* weight_y,
+                      const uint16_t* weight_c, int n);
+void blend_yuyv_row_sse2(uint8_t* dst, const uint8_t* first_y, const uint8_t* first_u,
+                         const uint8_t* first_v, const uint8_t* second, const uint16_t* weight_y,
+                         const uint16_t* weight_c, int n);
+void blend_yuyv_row_neon(uint8_t* dst, const uint8_t* first_y, const uint8_t* first_u,
+                         const uint8_t* first_v, const uint8_t* second, const uint16_t* weight_y,
+                         const uint16_t* weight_c, int n);
+
 // n pixels of dst = low byte of ((F * k + S * (131072 - k) + 65536) >> 17) in
 // wrapping 32-bit arithmetic, k = (int16)(1024 - W) * (int16)alpha.
 void blend_alpha_row_c(uint8_t* dst, const uint8_t* first, const uint8_t* second,
@@ -89,6 +104,9 @@ void blend_uv_row(uint8_t* dst, const uint8_t* first_even, const uint8_t* first_
                   const uint8_t* second, const uint16_t* weight, int n);
 void blend_alpha_row(uint8_t* dst, const uint8_t* first, const uint8_t* second,
                      const uint16_t* weight, int n, int alpha);
+void blend_yuyv_row(uint8_t* dst, const uint8_t* first_y, const uint8_t* first_u,
+                    const uint8_t* first_v, const uint8_t* second, const uint16_t* weight_y,
+                    const uint16_t* weight_c, int n);
 WeightRunFn weight_run_forward_pick();
 WeightRunFn weight_run_backward_pick();
 

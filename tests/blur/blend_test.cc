@@ -184,5 +184,38 @@ TEST(WeightRuns, CountEqualWeightsFromEitherEnd) {
   }
 }
 
+// Packed 4:2:2 blended in one step, in place and out of place, equals
+// blending the split luma and chroma planes with the plain kernel (chroma
+// weights shared by the U and V of a pair) and joining them.
+TEST(BlendRows, PackedBlendMatchesSplitPlanes) {
+  for (const auto& path : qlsbp_test::cpu_paths()) {
+    qlsbp_test::ScopedCpuMask mask(path.flags);
+    for (int n = 0; n <= 40; ++n) {
+      const size_t pairs = static_cast<size_t>(n);
+      const Bytes luma = random_bytes(2 * pairs, 5 * n), u = random_bytes(pairs, 5 * n + 1),
+                  v = random_bytes(pairs, 5 * n + 2), row = random_bytes(4 * pairs, 5 * n + 3);
+      Weights wy(2 * pairs), wc(pairs);
+      std::generate(wy.begin(), wy.end(), std::mt19937(n + 11));
+      std::generate(wc.begin(), wc.end(), std::mt19937(n + 12));
+      Bytes want(4 * pairs + 1, 0xee);
+      for (size_t i = 0; i < pairs; ++i) {
+        blend_row_c(&want[4 * i], &luma[2 * i], &row[4 * i], &wy[2 * i], 1);
+        blend_row_c(&want[4 * i + 1], &u[i], &row[4 * i + 1], &wc[i], 1);
+        blend_row_c(&want[4 * i + 2], &luma[2 * i + 1], &row[4 * i + 2], &wy[2 * i + 1], 1);
+        blend_row_c(&want[4 * i + 3], &v[i], &row[4 * i + 3], &wc[i], 1);
+      }
+      Bytes apart(want.size(), 0xee);
+      blend_yuyv_row(apart.data(), luma.data(), u.data(), v.data(), row.data(), wy.data(),
+                     wc.data(), n);
+      EXPECT_EQ(want, apart) << path.name << " n=" << n;
+      Bytes in_place = row;
+      in_place.push_back(0xee);
+      blend_yuyv_row(in_place.data(), luma.data(), u.data(), v.data(), in_place.data(), wy.data(),
+                     wc.data(), n);
+      EXPECT_EQ(want, in_place) << path.name << " n=" << n << " in place";
+    }
+  }
+}
+
 }  // namespace
 

@@ -376,35 +376,81 @@ void store_own_row(const Plane& p, const uint8_t* up, uint8_t* row, int y, const
   if (runs.z1 < p.W) memcpy(row + runs.z1, up + runs.z1, static_cast<size_t>(p.W - runs.z1));
 }
 
-// Output row y of a group sharing its caller rows. Interleaved chroma (both
-// planes of 4:2:0 share one mask, whose runs are `runs`) is blended in place
-// in pairs, reading each weight once. Packed 4:2:2 splits the sharp row,
-// blends each plane into its enlarged row and joins them back; it blends
-// everything (under 1024 the blurred value does not matter).
+// Calls f(from, to) over the blended parts of [0, m) and copy(from, to)
+// over the zero parts; the sharp part is left as it is.
+template <typename Blend, typename Copy>
+void store_parts(int zero_end, int sharp_a, int sharp_b, int zero_begin, int m, Blend blend,
+                 Copy copy) {
+  const int z0 = zero_end < m ? zero_end : m;
+  const int z1 = zero_begin < z0 ? z0 : (zero_begin > m ? m : zero_begin);
+  if (z0 > 0) copy(0, z0);
+  const int a = sharp_a < z0 ? z0 : sharp_a;
+  const int b = sharp_b > z1 ? z1 : sharp_b;
+  if (a < b) {
+    if (a > z0) blend(z0, a);
+    if (z1 > b) blend(b, z1);
+  } else if (z1 > z0) {
+    blend(z0, z1);
+  }
+  if (m > z1) copy(z1, m);
+}
+
+// Output row y of a group sharing its caller rows, blended in place with one
+// pass over the row: interleaved chroma in pairs (both planes of 4:2:0 share
+// one mask, whose runs serve both), packed 4:2:2 in Y0 U Y1 V groups (the
+// two chroma planes share one mask; a group is copied or kept only when its
+// luma and chroma weights all agree).
 void store_group_row(const Group& g, PlaneRows* rows, int half, uint8_t* row, int y,
-                     const RowRuns& runs) {
+                     RunCache* runs) {
   if (g.kind == kChromaUV) {
     const Plane& p = *g.plane[0];
+    const RowRuns& r = row_runs(p, &runs[0], y);
     const uint8_t* u = rows[0].up[half];
     const uint8_t* v = rows[1].up[half];
     const uint16_t* w = p.mask + static_cast<size_t>(y) * p.W;
-    if (runs.z0 > 0) join_uv_row(row, u, v, runs.z0);
-    blend_between(runs, [&](int from, int to) {
-      if (to > from)
-        blend_uv_row(row + 2 * from, u + from, v + from, row + 2 * from, w + from, to - from);
-    });
-    const int z1 = runs.z1;
-    if (z1 < p.W) join_uv_row(row + 2 * z1, u + z1, v + z1, p.W - z1);
+    store_parts(
+        r.z0, r.sharp.a, r.sharp.b, r.z1, p.W,
+        [&](int from, int to) {
+          blend_uv_row(row + 2 * from, u + from, v + from, row + 2 * from, w + from, to - from);
+        },
+        [&](int from, int to) { join_uv_row(row + 2 * from, u + from, v + from, to - from); });
     return;
   }
-  split_yuyv_row(rows[0].sharp, rows[1].sharp, rows[2].sharp, row, g.plane[1]->W);
-  for (int i = 0; i < g.count; ++i) {
-    const Plane& p = *g.plane[i];
-    const int n = blended_in_row(p, y);
-    uint8_t* up = rows[i].up[half];
-    if (n > 0) blend_row(up, up, rows[i].sharp, p.mask + static_cast<size_t>(y) * p.W, n);
+  const Plane& py = *g.plane[0];
+  const Plane& pc = *g.plane[1];
+  const RowRuns& ry = row_runs(py, &runs[0], y);
+  const RowRuns& rc = row_runs(pc, &runs[1], y);
+  const uint16_t* wy = py.mask + static_cast<size_t>(y) * py.W;
+  const uint16_t* wc = pc.mask + static_cast<size_t>(y) * pc.W;
+  uint8_t* uy = rows[0].up[half];
+  uint8_t* uu = rows[1].up[half];
+  uint8_t* uv = rows[2].up[half];
+  const int pairs = pc.W;
+  const int ny = blended_in_row(py, y), nc = blended_in_row(pc, y);
+  const int m = (ny >> 1) < nc ? ny >> 1 : nc;  // pairs blended whole
+  auto max = [](int a, int b) { return a > b ? a : b; };
+  auto min = [](int a, int b) { return a < b ? a : b; };
+  const bool sharp = ry.sharp.a < ry.sharp.b && rc.sharp.a < rc.sharp.b;
+  store_parts(
+      min(ry.z0 >> 1, rc.z0), sharp ? max((ry.sharp.a + 1) >> 1, rc.sharp.a) : 0,
+      sharp ? min(ry.sharp.b >> 1, rc.sharp.b) : 0, max((ry.z1 + 1) >> 1, rc.z1), m,
+      [&](int from, int to) {
+        blend_yuyv_row(row + 4 * from, uy + 2 * from, uu + from, uv + from, row + 4 * from,
+                       wy + 2 * from, wc + from, to - from);
+      },
+      [&](int from, int to) {
+        join_yuyv_row(row + 4 * from, uy + 2 * from, uu + from, uv + from, to - from);
+      });
+  if (m == pairs) return;
+  // The end of the plane's blended part: split, blend what each plane
+  // blends, join.
+  split_yuyv_row(rows[0].sharp, rows[1].sharp, rows[2].sharp, row + 4 * m, pairs - m);
+  if (ny > 2 * m) blend_row(uy + 2 * m, uy + 2 * m, rows[0].sharp, wy + 2 * m, ny - 2 * m);
+  if (nc > m) {
+    blend_row(uu + m, uu + m, rows[1].sharp, wc + m, nc - m);
+    blend_row(uv + m, uv + m, rows[2].sharp, wc + m, nc - m);
   }
-  join_yuyv_row(row, rows[0].up[half], rows[1].up[half], rows[2].up[half], g.plane[1]->W);
+  join_yuyv_row(row + 4 * m, uy + 2 * m, uu + m, uv + m, pairs - m);
 }
 
 void run_band(const Group& g, uint8_t* scratch, int first, int end) {
@@ -440,9 +486,7 @@ void run_band(const Group& g, uint8_t* scratch, int first, int end) {
       const int y = 2 * s + half;
       uint8_t* row = g.base + g.stride * static_cast<ptrdiff_t>(y);
       if (grouped) {
-        const RowRuns none;
-        const RowRuns& r = g.kind == kChromaUV ? row_runs(*g.plane[0], &runs[0], y) : none;
-        store_group_row(g, rows, half, row, y, r);
+        store_group_row(g, rows, half, row, y, runs);
       } else {
         store_own_row(*g.plane[0], rows[0].up[half], row, y, row_runs(*g.plane[0], &runs[0], y));
       }
@@ -553,6 +597,10 @@ int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex,
   unsigned char* const* p = frame->plane;
   const int* s = frame->stride;
   if (code == kPacked422) {
+    if (first->mask != second->mask) {
+      free(fr);
+      return kFastEngineUseReference;
+    }
     add_group(fr, kPackedYUYV, p[0], s[0], 3, luma, first, second);
   } else if (code == kSemiPlanar420) {
     if (first->mask != second->mask) {

@@ -3,15 +3,19 @@
 //
 // Why the bytes equal the reference engine's:
 //  - halving, enlarging and blending use the same row kernels as the
-//    reference plane drivers, on the same samples (the reference splits the
-//    frame into planes first; here the split happens row by row);
+//    reference plane drivers, or twins of them that split or interleave the
+//    samples on the way (tested equal to splitting first), on the same
+//    samples;
 //  - the reference filter computes every output of each pass as the full
 //    21-tap sum over reflect-101 indices (gauss_mirror), interior and border
 //    alike, in exact 32-bit arithmetic truncated by >> 10. Dropping the taps
 //    that are zero and computing one row at a time changes no sum;
 //  - the blend only covers whole blocks of eight pixels of each plane in
 //    dense order, so the pixels after the last block keep the enlarged
-//    blurred value, row by row as they fall.
+//    blurred value, row by row as they fall;
+//  - under the weights 0 and 1024 the blend's result is known exactly (see
+//    "Mask runs"), so those pixels are copied or left alone, and blurred
+//    values that only such sharp pixels would read are not computed.
 #include "engine/fast/fast_engine.h"
 
 #include <cstddef>

@@ -10,8 +10,11 @@
 // the output rows into bands, and each band runs the vertical pass, the
 // horizontal pass, the enlargement and the blend row by row, so that a
 // band's working rows stay in cache, and stores the blended rows back in the
-// caller's layout. Only the non-zero taps of the level's kernel are applied;
-// sums stay exact, so the bytes are the same as with all 21.
+// caller's layout, blending interleaved samples in place. Only the non-zero
+// taps of the level's kernel are applied; sums stay exact, so the bytes are
+// the same as with all 21. Where the mask weight is 0 the blend's result is
+// the blurred pixel and where it is 1024 the caller's own, so those runs are
+// copied or left alone, and the sharp middle of the mask is not blurred.
 //
 // Frames whose exact reference behaviour would cost more to reproduce here
 // than it is worth are declined (see fast_engine_run), and the caller then
@@ -53,6 +56,8 @@ enum FastEngineResult {
 //  - a plane with an odd number of rows or columns (4:2:0 frames whose width
 //    or height is not a multiple of 4; 4:2:2 frames with an odd chroma
 //    width), whose halving reads across row ends in the reference;
+//  - chroma planes of one frame with different masks (the task records
+//    always share one);
 //  - a descriptor the packing would refuse (unknown code, layout 3 with
 //    unequal chroma strides, a null plane, a size other than the
 //    processor's), and a failed allocation of band scratch.

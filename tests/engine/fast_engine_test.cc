@@ -278,7 +278,7 @@ TEST(FastEngine, SameBytesWhateverTheCutIntoPieces) {
     EXPECT_GT(counts.fast, 10);
   }
   // With the engine's own piece size a 96 x 72 frame stays on the calling
-  // thread, and a 1024 x 768 one is cut for two threads.
+  // thread, and a 1024 x 768 one is cut into pieces.
   Counts counts;
   for (int format : {2, 3, 4}) {
     SCOPED_TRACE(testing::Message() << "format " << format << " own piece size");

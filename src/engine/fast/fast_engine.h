@@ -66,9 +66,10 @@ enum FastEngineResult {
 // planarOut and quarter-size scratch planes, and of the session's dense
 // work buffer, are unspecified (they are not what the reference engine would
 // leave there). The masks and task records are only read.
-// About half a millisecond of one core's work: several times what starting
-// a thread costs.
-constexpr long long kFastEngineMinPiecePixels = 512 * 1024;
+// About a tenth of a millisecond of one core's work: handing a smaller
+// piece to another worker costs more than it saves. (Whether to start
+// threads at all for a small frame is the caller's choice of executor.)
+constexpr long long kFastEngineMinPiecePixels = 64 * 1024;
 int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex,
                     long long min_piece_pixels = kFastEngineMinPiecePixels);
 

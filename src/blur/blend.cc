@@ -36,6 +36,29 @@ void blend_row_c(uint8_t* dst, const uint8_t* first, const uint8_t* second, cons
   }
 }
 
+void blend_uv_row_c(uint8_t* dst, const uint8_t* first_even, const uint8_t* first_odd,
+                    const uint8_t* second, const uint16_t* weight, int n) {
+  for (int i = 0; i < n; ++i) {
+    // One pixel of each plane through the plain kernel; it reads second
+    // before writing dst, so in place is fine.
+    blend_row_c(dst + 2 * i, first_even + i, second + 2 * i, weight + i, 1);
+    blend_row_c(dst + 2 * i + 1, first_odd + i, second + 2 * i + 1, weight + i, 1);
+  }
+}
+
+void blend_yuyv_row_c(uint8_t* dst, const uint8_t* first_y, const uint8_t* first_u,
+                      const uint8_t* first_v, const uint8_t* second, const uint16_t* weight_y,
+                      const uint16_t* weight_c, int n) {
+  for (int i = 0; i < n; ++i) {
+    uint8_t* d = dst + 4 * i;
+    const uint8_t* s = second + 4 * i;
+    blend_row_c(d, first_y + 2 * i, s, weight_y + 2 * i, 1);
+    blend_row_c(d + 1, first_u + i, s + 1, weight_c + i, 1);
+    blend_row_c(d + 2, first_y + 2 * i + 1, s + 2, weight_y + 2 * i + 1, 1);
+    blend_row_c(d + 3, first_v + i, s + 3, weight_c + i, 1);
+  }
+}
+
 void blend_alpha_row_c(uint8_t* dst, const uint8_t* first, const uint8_t* second,
                        const uint16_t* weight, int n, int alpha) {
   const int32_t a = as_s16(static_cast<uint32_t>(alpha));
@@ -60,6 +83,17 @@ void blend_alpha_row_c(uint8_t* dst, const uint8_t* first, const uint8_t* second
 void blend_row(uint8_t* dst, const uint8_t* first, const uint8_t* second, const uint16_t* weight,
                int n) {
   QLSBP_BLEND_PICK(blend_row)(dst, first, second, weight, n);
+}
+
+void blend_uv_row(uint8_t* dst, const uint8_t* first_even, const uint8_t* first_odd,
+                  const uint8_t* second, const uint16_t* weight, int n) {
+  QLSBP_BLEND_PICK(blend_uv_row)(dst, first_even, first_odd, second, weight, n);
+}
+
+void blend_yuyv_row(uint8_t* dst, const uint8_t* first_y, const uint8_t* first_u,
+                    const uint8_t* first_v, const uint8_t* second, const uint16_t* weight_y,
+                    const uint16_t* weight_c, int n) {
+  QLSBP_BLEND_PICK(blend_yuyv_row)(dst, first_y, first_u, first_v, second, weight_y, weight_c, n);
 }
 
 void blend_alpha_row(uint8_t* dst, const uint8_t* first, const uint8_t* second,

@@ -68,6 +68,56 @@ void blend_row_sse2(uint8_t* dst, const uint8_t* first, const uint8_t* second,
   blend_row_c(dst + i, first + i, second + i, weight + i, n - i);
 }
 
+void blend_uv_row_sse2(uint8_t* dst, const uint8_t* first_even, const uint8_t* first_odd,
+                       const uint8_t* second, const uint16_t* weight, int n) {
+  const __m128i zero = _mm_setzero_si128();
+  int i = 0;
+  for (; i + 8 <= n; i += 8) {
+    // Interleave the two blurred rows as the caller's row is, and give each
+    // weight to both bytes of its pair.
+    const __m128i f = _mm_unpacklo_epi8(load8(first_even + i), load8(first_odd + i));
+    const __m128i s = load(second + 2 * i);
+    const __m128i w = load(weight + i);
+    const __m128i lo =
+        blend8(_mm_unpacklo_epi8(f, zero), _mm_unpacklo_epi8(s, zero), _mm_unpacklo_epi16(w, w));
+    const __m128i hi =
+        blend8(_mm_unpackhi_epi8(f, zero), _mm_unpackhi_epi8(s, zero), _mm_unpackhi_epi16(w, w));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 2 * i), _mm_packus_epi16(lo, hi));
+  }
+  blend_uv_row_c(dst + 2 * i, first_even + i, first_odd + i, second + 2 * i, weight + i, n - i);
+}
+
+void blend_yuyv_row_sse2(uint8_t* dst, const uint8_t* first_y, const uint8_t* first_u,
+                         const uint8_t* first_v, const uint8_t* second, const uint16_t* weight_y,
+                         const uint16_t* weight_c, int n) {
+  const __m128i zero = _mm_setzero_si128();
+  int i = 0;
+  for (; i + 8 <= n; i += 8) {
+    // The blurred samples in the row's order Y0 U Y1 V, and each byte's
+    // weight beside it: luma weights interleaved with the chroma weights
+    // given twice.
+    const __m128i uv = _mm_unpacklo_epi8(load8(first_u + i), load8(first_v + i));
+    const __m128i y = load(first_y + 2 * i);
+    const __m128i f0 = _mm_unpacklo_epi8(y, uv), f1 = _mm_unpackhi_epi8(y, uv);
+    const __m128i s0 = load(second + 4 * i), s1 = load(second + 4 * i + 16);
+    const __m128i wc = load(weight_c + i);
+    const __m128i wc_lo = _mm_unpacklo_epi16(wc, wc), wc_hi = _mm_unpackhi_epi16(wc, wc);
+    const __m128i wy0 = load(weight_y + 2 * i), wy1 = load(weight_y + 2 * i + 8);
+    const __m128i r0 = blend8(_mm_unpacklo_epi8(f0, zero), _mm_unpacklo_epi8(s0, zero),
+                              _mm_unpacklo_epi16(wy0, wc_lo));
+    const __m128i r1 = blend8(_mm_unpackhi_epi8(f0, zero), _mm_unpackhi_epi8(s0, zero),
+                              _mm_unpackhi_epi16(wy0, wc_lo));
+    const __m128i r2 = blend8(_mm_unpacklo_epi8(f1, zero), _mm_unpacklo_epi8(s1, zero),
+                              _mm_unpacklo_epi16(wy1, wc_hi));
+    const __m128i r3 = blend8(_mm_unpackhi_epi8(f1, zero), _mm_unpackhi_epi8(s1, zero),
+                              _mm_unpackhi_epi16(wy1, wc_hi));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 4 * i), _mm_packus_epi16(r0, r1));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 4 * i + 16), _mm_packus_epi16(r2, r3));
+  }
+  blend_yuyv_row_c(dst + 4 * i, first_y + 2 * i, first_u + i, first_v + i, second + 4 * i,
+                   weight_y + 2 * i, weight_c + i, n - i);
+}
+
 void blend_alpha_row_sse2(uint8_t* dst, const uint8_t* first, const uint8_t* second,
                           const uint16_t* weight, int n, int alpha) {
   const int a = static_cast<int>(static_cast<uint32_t>(alpha) & 0xffffu);

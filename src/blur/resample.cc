@@ -16,6 +16,17 @@ void downsample2x2_row_c(uint8_t* dst, const uint8_t* upper, const uint8_t* lowe
   }
 }
 
+void downsample2x2_uv_row_c(uint8_t* dst_even, uint8_t* dst_odd, const uint8_t* upper,
+                            const uint8_t* lower, int n) {
+  for (int i = 0; i < n; ++i) {
+    const int b = 4 * i;
+    dst_even[i] =
+        static_cast<uint8_t>((upper[b] + upper[b + 2] + lower[b] + lower[b + 2] + 2) >> 2);
+    dst_odd[i] =
+        static_cast<uint8_t>((upper[b + 1] + upper[b + 3] + lower[b + 1] + lower[b + 3] + 2) >> 2);
+  }
+}
+
 void upscale2x_row_c(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8_t* s1, int width) {
   if (width < 1) return;
   for (int x = 0; x + 1 < width; ++x) {
@@ -41,6 +52,11 @@ void upscale2x_row_c(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8_t*
 
 void downsample2x2_row(uint8_t* dst, const uint8_t* upper, const uint8_t* lower, int n) {
   QLSBP_RESAMPLE_PICK(downsample2x2_row)(dst, upper, lower, n);
+}
+
+void downsample2x2_uv_row(uint8_t* dst_even, uint8_t* dst_odd, const uint8_t* upper,
+                          const uint8_t* lower, int n) {
+  QLSBP_RESAMPLE_PICK(downsample2x2_uv_row)(dst_even, dst_odd, upper, lower, n);
 }
 
 void upscale2x_row(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8_t* s1, int width) {

@@ -23,6 +23,21 @@ void downsample2x2_row_neon(uint8_t* dst, const uint8_t* upper, const uint8_t* l
   downsample2x2_row_c(dst + i, upper + 2 * i, lower + 2 * i, n - i);
 }
 
+void downsample2x2_uv_row_neon(uint8_t* dst_even, uint8_t* dst_odd, const uint8_t* upper,
+                               const uint8_t* lower, int n) {
+  int i = 0;
+  for (; i + 8 <= n; i += 8) {
+    // vld2 splits 16 pixel pairs into the two planes; then as above.
+    const uint8x16x2_t a = vld2q_u8(upper + 4 * i);
+    const uint8x16x2_t b = vld2q_u8(lower + 4 * i);
+    const uint16x8_t even = vpadalq_u8(vpaddlq_u8(a.val[0]), b.val[0]);
+    const uint16x8_t odd = vpadalq_u8(vpaddlq_u8(a.val[1]), b.val[1]);
+    vst1_u8(dst_even + i, vrshrn_n_u16(even, 2));
+    vst1_u8(dst_odd + i, vrshrn_n_u16(odd, 2));
+  }
+  downsample2x2_uv_row_c(dst_even + i, dst_odd + i, upper + 4 * i, lower + 4 * i, n - i);
+}
+
 void upscale2x_row_neon(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8_t* s1, int width) {
   int x = 0;
   // Each step reads pixels x .. x + 16, so it needs a right neighbour for all

@@ -42,6 +42,42 @@ void downsample2x2_row_sse2(uint8_t* dst, const uint8_t* upper, const uint8_t* l
   downsample2x2_row_c(dst + i, upper + 2 * i, lower + 2 * i, n - i);
 }
 
+// Eight pairs of each plane per step. The vertical sums of 16 interleaved
+// bytes (four pixel pairs of each plane) are added to themselves shifted by
+// one pair, which puts the even and odd 2x2 sums of outputs 0 and 1 in the
+// 32-bit lanes 0 and 2; the two planes are then the low and high halves of
+// those lanes.
+namespace {
+inline __m128i uv_quads(const uint8_t* upper, const uint8_t* lower) {
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i a = load(upper), b = load(lower);
+  const __m128i lo = _mm_add_epi16(_mm_unpacklo_epi8(a, zero), _mm_unpacklo_epi8(b, zero));
+  const __m128i hi = _mm_add_epi16(_mm_unpackhi_epi8(a, zero), _mm_unpackhi_epi8(b, zero));
+  const __m128i l =
+      _mm_shuffle_epi32(_mm_add_epi16(lo, _mm_srli_si128(lo, 4)), _MM_SHUFFLE(3, 1, 2, 0));
+  const __m128i h =
+      _mm_shuffle_epi32(_mm_add_epi16(hi, _mm_srli_si128(hi, 4)), _MM_SHUFFLE(3, 1, 2, 0));
+  // Lanes: even0 odd0 even1 odd1 even2 odd2 even3 odd3, rounded.
+  return round_quarter(_mm_unpacklo_epi64(l, h));
+}
+}  // namespace
+
+void downsample2x2_uv_row_sse2(uint8_t* dst_even, uint8_t* dst_odd, const uint8_t* upper,
+                               const uint8_t* lower, int n) {
+  const __m128i low_half = _mm_set1_epi32(0xffff);
+  int i = 0;
+  for (; i + 8 <= n; i += 8) {
+    const __m128i q0 = uv_quads(upper + 4 * i, lower + 4 * i);
+    const __m128i q1 = uv_quads(upper + 4 * i + 16, lower + 4 * i + 16);
+    const __m128i even = _mm_packs_epi32(_mm_and_si128(q0, low_half), _mm_and_si128(q1, low_half));
+    const __m128i odd = _mm_packs_epi32(_mm_srli_epi32(q0, 16), _mm_srli_epi32(q1, 16));
+    const __m128i bytes = _mm_packus_epi16(even, odd);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(dst_even + i), bytes);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(dst_odd + i), _mm_srli_si128(bytes, 8));
+  }
+  downsample2x2_uv_row_c(dst_even + i, dst_odd + i, upper + 4 * i, lower + 4 * i, n - i);
+}
+
 void upscale2x_row_sse2(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8_t* s1, int width) {
   const __m128i zero = _mm_setzero_si128();
   int x = 0;

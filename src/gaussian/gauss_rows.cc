@@ -78,6 +78,12 @@ void gauss_horizontal_row(uint8_t* dst, const uint8_t* src, const int* kernel, i
   gauss_horizontal_row_pick()(dst, src, kernel, ksize, n);
 }
 
+int gauss_zero_outer_taps(const int* kernel, int ksize) {
+  int z = 0;
+  while (z < (ksize >> 1) && kernel[z] == 0) ++z;
+  return z;
+}
+
 int gauss_mirror(int i, int n) {
   if (n <= 1) return 0;
   if (i >= 0 && i < n) return i;

@@ -57,6 +57,11 @@ void gauss_vertical_row(uint8_t* dst, const uint8_t* src, const int* row_offsets
                         int ksize, int n);
 void gauss_horizontal_row(uint8_t* dst, const uint8_t* src, const int* kernel, int ksize, int n);
 
+// Number of leading taps kernel[0 .. z) that are zero, z <= ksize >> 1. Their
+// pairs add nothing, so a row computed with kernel + z, ksize - 2z and the
+// source (or row offsets) moved on by z gives the same bytes.
+int gauss_zero_outer_taps(const int* kernel, int ksize);
+
 // Index of the source sample for position i of a line of n samples, mirrored
 // about the first and last sample without repeating them (reflect-101:
 // -1 -> 1, n -> n-2). Lines shorter than the kernel fold as often as needed;

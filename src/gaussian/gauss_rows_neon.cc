@@ -23,49 +23,74 @@ struct ColumnOffsets {
   int operator()(int k) const { return k; }
 };
 
-inline int16x4_t as_s16(uint16x4_t v) { return vreinterpret_s16_u16(v); }
+// A tap as the multiplies take it. AArch64 multiplies the high half of a
+// register in place (smlal2), which wants the tap in a full register; ARMv7
+// reads the halves as d registers anyway.
+#if defined(__aarch64__)
+using Tap = int16x8_t;
+inline Tap make_tap(int k) { return vdupq_n_s16(static_cast<int16_t>(k)); }
+inline int32x4_t mul_hi(uint16x8_t v, Tap t) { return vmull_high_s16(vreinterpretq_s16_u16(v), t); }
+inline int32x4_t mla_hi(int32x4_t acc, uint16x8_t v, Tap t) {
+  return vmlal_high_s16(acc, vreinterpretq_s16_u16(v), t);
+}
+inline int16x4_t low_tap(Tap t) { return vget_low_s16(t); }
+#else
+using Tap = int16x4_t;
+inline Tap make_tap(int k) { return vdup_n_s16(static_cast<int16_t>(k)); }
+inline int32x4_t mul_hi(uint16x8_t v, Tap t) {
+  return vmull_s16(vget_high_s16(vreinterpretq_s16_u16(v)), t);
+}
+inline int32x4_t mla_hi(int32x4_t acc, uint16x8_t v, Tap t) {
+  return vmlal_s16(acc, vget_high_s16(vreinterpretq_s16_u16(v)), t);
+}
+inline int16x4_t low_tap(Tap t) { return t; }
+#endif
+inline int32x4_t mul_lo(uint16x8_t v, Tap t) {
+  return vmull_s16(vget_low_s16(vreinterpretq_s16_u16(v)), low_tap(t));
+}
+inline int32x4_t mla_lo(int32x4_t acc, uint16x8_t v, Tap t) {
+  return vmlal_s16(acc, vget_low_s16(vreinterpretq_s16_u16(v)), low_tap(t));
+}
 
 // Low 8 bits of (sum >> 10) for eight lanes.
 inline uint8x8_t narrow8(int32x4_t a, int32x4_t b) {
-  const uint16x4_t na = vmovn_u32(vshrq_n_u32(vreinterpretq_u32_s32(a), 10));
-  const uint16x4_t nb = vmovn_u32(vshrq_n_u32(vreinterpretq_u32_s32(b), 10));
+  const uint16x4_t na = vshrn_n_u32(vreinterpretq_u32_s32(a), 10);
+  const uint16x4_t nb = vshrn_n_u32(vreinterpretq_u32_s32(b), 10);
   return vmovn_u16(vcombine_u16(na, nb));
 }
 
 template <typename Offsets>
-inline void block16(uint8_t* dst, const uint8_t* src, Offsets off, const int16x4_t* taps,
-                    int ksize) {
+inline void block16(uint8_t* dst, const uint8_t* src, Offsets off, const Tap* taps, int ksize) {
   const int r = ksize >> 1;
   const uint8x16_t c = vld1q_u8(src + off(r));
   const uint16x8_t clo = vmovl_u8(vget_low_u8(c)), chi = vmovl_u8(vget_high_u8(c));
-  int32x4_t acc0 = vmull_s16(as_s16(vget_low_u16(clo)), taps[r]);
-  int32x4_t acc1 = vmull_s16(as_s16(vget_high_u16(clo)), taps[r]);
-  int32x4_t acc2 = vmull_s16(as_s16(vget_low_u16(chi)), taps[r]);
-  int32x4_t acc3 = vmull_s16(as_s16(vget_high_u16(chi)), taps[r]);
+  int32x4_t acc0 = mul_lo(clo, taps[r]);
+  int32x4_t acc1 = mul_hi(clo, taps[r]);
+  int32x4_t acc2 = mul_lo(chi, taps[r]);
+  int32x4_t acc3 = mul_hi(chi, taps[r]);
   for (int t = 0; t < r; ++t) {
     const uint8x16_t a = vld1q_u8(src + off(t));
     const uint8x16_t b = vld1q_u8(src + off(ksize - 1 - t));
     const uint16x8_t lo = vaddl_u8(vget_low_u8(a), vget_low_u8(b));
     const uint16x8_t hi = vaddl_u8(vget_high_u8(a), vget_high_u8(b));
-    acc0 = vmlal_s16(acc0, as_s16(vget_low_u16(lo)), taps[t]);
-    acc1 = vmlal_s16(acc1, as_s16(vget_high_u16(lo)), taps[t]);
-    acc2 = vmlal_s16(acc2, as_s16(vget_low_u16(hi)), taps[t]);
-    acc3 = vmlal_s16(acc3, as_s16(vget_high_u16(hi)), taps[t]);
+    acc0 = mla_lo(acc0, lo, taps[t]);
+    acc1 = mla_hi(acc1, lo, taps[t]);
+    acc2 = mla_lo(acc2, hi, taps[t]);
+    acc3 = mla_hi(acc3, hi, taps[t]);
   }
   vst1q_u8(dst, vcombine_u8(narrow8(acc0, acc1), narrow8(acc2, acc3)));
 }
 
 template <typename Offsets>
-inline void block8(uint8_t* dst, const uint8_t* src, Offsets off, const int16x4_t* taps,
-                   int ksize) {
+inline void block8(uint8_t* dst, const uint8_t* src, Offsets off, const Tap* taps, int ksize) {
   const int r = ksize >> 1;
   const uint16x8_t c = vmovl_u8(vld1_u8(src + off(r)));
-  int32x4_t acc0 = vmull_s16(as_s16(vget_low_u16(c)), taps[r]);
-  int32x4_t acc1 = vmull_s16(as_s16(vget_high_u16(c)), taps[r]);
+  int32x4_t acc0 = mul_lo(c, taps[r]);
+  int32x4_t acc1 = mul_hi(c, taps[r]);
   for (int t = 0; t < r; ++t) {
     const uint16x8_t s = vaddl_u8(vld1_u8(src + off(t)), vld1_u8(src + off(ksize - 1 - t)));
-    acc0 = vmlal_s16(acc0, as_s16(vget_low_u16(s)), taps[t]);
-    acc1 = vmlal_s16(acc1, as_s16(vget_high_u16(s)), taps[t]);
+    acc0 = mla_lo(acc0, s, taps[t]);
+    acc1 = mla_hi(acc1, s, taps[t]);
   }
   vst1_u8(dst, narrow8(acc0, acc1));
 }
@@ -77,8 +102,8 @@ template <int kTaps, typename Offsets>
 void pair_rows(uint8_t* dst, const uint8_t* src, Offsets off, const int* kernel, int ksize_rt,
                int n) {
   const int ksize = kTaps != 0 ? kTaps : ksize_rt;
-  int16x4_t taps[kTaps != 0 ? (kTaps >> 1) + 1 : kMaxTerms];
-  for (int t = 0; t <= (ksize >> 1); ++t) taps[t] = vdup_n_s16(static_cast<int16_t>(kernel[t]));
+  Tap taps[kTaps != 0 ? (kTaps >> 1) + 1 : kMaxTerms];
+  for (int t = 0; t <= (ksize >> 1); ++t) taps[t] = make_tap(kernel[t]);
   if (n < 16) {
     block8(dst, src, off, taps, ksize);
     if (n > 8) block8(dst + n - 8, src + n - 8, off, taps, ksize);
@@ -97,7 +122,27 @@ void pair_rows(uint8_t* dst, const uint8_t* src, Offsets off, const int* kernel,
 template <typename Offsets>
 void pair_rows_any(uint8_t* dst, const uint8_t* src, Offsets off, const int* kernel, int ksize,
                    int n) {
+  // Engines that drop zero taps pass every odd count up to 21 (the level
+  // sets how many of the 21 taps are non-zero); each gets unrolled loops.
   switch (ksize) {
+    case 3:
+      return pair_rows<3>(dst, src, off, kernel, ksize, n);
+    case 5:
+      return pair_rows<5>(dst, src, off, kernel, ksize, n);
+    case 7:
+      return pair_rows<7>(dst, src, off, kernel, ksize, n);
+    case 9:
+      return pair_rows<9>(dst, src, off, kernel, ksize, n);
+    case 11:
+      return pair_rows<11>(dst, src, off, kernel, ksize, n);
+    case 13:
+      return pair_rows<13>(dst, src, off, kernel, ksize, n);
+    case 15:
+      return pair_rows<15>(dst, src, off, kernel, ksize, n);
+    case 17:
+      return pair_rows<17>(dst, src, off, kernel, ksize, n);
+    case 19:
+      return pair_rows<19>(dst, src, off, kernel, ksize, n);
     case 21:
       return pair_rows<21>(dst, src, off, kernel, ksize, n);
     case 61:

@@ -155,7 +155,27 @@ void pair_rows(uint8_t* dst, const uint8_t* src, Offsets off, const int* kernel,
 template <typename Offsets>
 void pair_rows_any(uint8_t* dst, const uint8_t* src, Offsets off, const int* kernel, int ksize,
                    int n) {
+  // Engines that drop zero taps pass every odd count up to 21 (the level
+  // sets how many of the 21 taps are non-zero); each gets unrolled loops.
   switch (ksize) {
+    case 3:
+      return pair_rows<3>(dst, src, off, kernel, ksize, n);
+    case 5:
+      return pair_rows<5>(dst, src, off, kernel, ksize, n);
+    case 7:
+      return pair_rows<7>(dst, src, off, kernel, ksize, n);
+    case 9:
+      return pair_rows<9>(dst, src, off, kernel, ksize, n);
+    case 11:
+      return pair_rows<11>(dst, src, off, kernel, ksize, n);
+    case 13:
+      return pair_rows<13>(dst, src, off, kernel, ksize, n);
+    case 15:
+      return pair_rows<15>(dst, src, off, kernel, ksize, n);
+    case 17:
+      return pair_rows<17>(dst, src, off, kernel, ksize, n);
+    case 19:
+      return pair_rows<19>(dst, src, off, kernel, ksize, n);
     case 21:
       return pair_rows<21>(dst, src, off, kernel, ksize, n);
     case 61:

@@ -5,7 +5,8 @@
 // kernels they call are compiled with exactly those tap counts (see the
 // vector twins), so they share the general bodies. A record whose ksize is
 // not the body's own is therefore still filtered correctly and never read
-// past its ksize-entry tables.
+// past its ksize-entry tables. Zero outer taps (a narrow Gaussian in a wide
+// window) are left out: their terms are zero, so the bytes are the same.
 #include <cstddef>
 
 #include "gaussian/gauss_rows.h"
@@ -16,9 +17,10 @@ void* thread_vertical_gaussian(void* arg) {
   if (a == nullptr) return nullptr;
   // The vertical strip is packed: its pitch is the row length.
   const GaussVerticalRowFn row = gauss_vertical_row_pick();
+  const int z = gauss_zero_outer_taps(a->kernel, a->ksize);
   for (int y = 0; y < a->rows; ++y) {
     const ptrdiff_t at = static_cast<ptrdiff_t>(y) * a->cols;
-    row(a->dst + at, a->src + at, a->row_offsets, a->kernel, a->ksize, a->cols);
+    row(a->dst + at, a->src + at, a->row_offsets + z, a->kernel + z, a->ksize - 2 * z, a->cols);
   }
   return nullptr;
 }
@@ -27,9 +29,10 @@ void* thread_horizon_gaussian(void* arg) {
   const GaussianThreadArg* a = static_cast<const GaussianThreadArg*>(arg);
   if (a == nullptr) return nullptr;
   const GaussHorizontalRowFn row = gauss_horizontal_row_pick();
+  const int z = gauss_zero_outer_taps(a->kernel, a->ksize);
   for (int y = 0; y < a->rows; ++y) {
     const ptrdiff_t at = static_cast<ptrdiff_t>(y) * a->stride;
-    row(a->dst + at, a->src + at, a->kernel, a->ksize, a->cols);
+    row(a->dst + at, a->src + at + z, a->kernel + z, a->ksize - 2 * z, a->cols);
   }
   return nullptr;
 }

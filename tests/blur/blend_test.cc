@@ -129,4 +129,93 @@ TEST(BlendRows, VectorTwinsMatchScalar) {
   }
 }
 
+// Interleaved chroma blended in one step, in place and out of place, equals
+// blending each split plane with the plain kernel and interleaving them;
+// full-range weights include the wrapping ones, and a guard byte catches a
+// write past the n pairs.
+TEST(BlendRows, InterleavedBlendMatchesSplitPlanes) {
+  for (const auto& path : qlsbp_test::cpu_paths()) {
+    qlsbp_test::ScopedCpuMask mask(path.flags);
+    for (int n = 0; n <= 70; ++n) {
+      const Bytes even = random_bytes(n, 3 * n), odd = random_bytes(n, 3 * n + 1);
+      const Bytes pairs = random_bytes(2 * static_cast<size_t>(n), 3 * n + 2);
+      Weights weight(n);
+      std::generate(weight.begin(), weight.end(), std::mt19937(n + 5));
+      Bytes want(2 * static_cast<size_t>(n) + 1, 0xee);
+      for (int i = 0; i < n; ++i) {
+        blend_row_c(&want[2 * i], &even[i], &pairs[2 * i], &weight[i], 1);
+        blend_row_c(&want[2 * i + 1], &odd[i], &pairs[2 * i + 1], &weight[i], 1);
+      }
+      Bytes apart(want.size(), 0xee);
+      blend_uv_row(apart.data(), even.data(), odd.data(), pairs.data(), weight.data(), n);
+      EXPECT_EQ(want, apart) << path.name << " n=" << n;
+      Bytes in_place = pairs;
+      in_place.push_back(0xee);
+      blend_uv_row(in_place.data(), even.data(), odd.data(), in_place.data(), weight.data(), n);
+      EXPECT_EQ(want, in_place) << path.name << " n=" << n << " in place";
+    }
+  }
+}
+
+// Runs of equal weights: a row of value v with one other weight placed at
+// every position (and none), counted from either end, on every path against
+// the obvious count; the rows sit at odd element offsets so that the vector
+// blocks straddle the other weight in every way.
+TEST(WeightRuns, CountEqualWeightsFromEitherEnd) {
+  for (const auto& path : qlsbp_test::cpu_paths()) {
+    qlsbp_test::ScopedCpuMask mask(path.flags);
+    const WeightRunFn forward = weight_run_forward_pick();
+    const WeightRunFn backward = weight_run_backward_pick();
+    for (uint16_t v : {uint16_t{0}, uint16_t{1024}}) {
+      for (int n : {0, 1, 7, 15, 16, 17, 31, 33, 70}) {
+        for (int other = -1; other < n; ++other) {
+          Weights w(n + 3, v);
+          if (other >= 0) w[1 + other] = static_cast<uint16_t>(v ^ (other % 3 == 0 ? 1 : 0x8400));
+          const int lead = other < 0 ? n : other;
+          const int trail = other < 0 ? n : n - 1 - other;
+          EXPECT_EQ(forward(w.data() + 1, n, v), lead) << path.name << " n=" << n << " at " << other;
+          EXPECT_EQ(backward(w.data() + 1, n, v), trail)
+              << path.name << " n=" << n << " at " << other;
+        }
+      }
+      EXPECT_EQ(forward(nullptr, -4, v), 0);
+      EXPECT_EQ(backward(nullptr, -4, v), 0);
+    }
+  }
+}
+
+// Packed 4:2:2 blended in one step, in place and out of place, equals
+// blending the split luma and chroma planes with the plain kernel (chroma
+// weights shared by the U and V of a pair) and joining them.
+TEST(BlendRows, PackedBlendMatchesSplitPlanes) {
+  for (const auto& path : qlsbp_test::cpu_paths()) {
+    qlsbp_test::ScopedCpuMask mask(path.flags);
+    for (int n = 0; n <= 40; ++n) {
+      const size_t pairs = static_cast<size_t>(n);
+      const Bytes luma = random_bytes(2 * pairs, 5 * n), u = random_bytes(pairs, 5 * n + 1),
+                  v = random_bytes(pairs, 5 * n + 2), row = random_bytes(4 * pairs, 5 * n + 3);
+      Weights wy(2 * pairs), wc(pairs);
+      std::generate(wy.begin(), wy.end(), std::mt19937(n + 11));
+      std::generate(wc.begin(), wc.end(), std::mt19937(n + 12));
+      Bytes want(4 * pairs + 1, 0xee);
+      for (size_t i = 0; i < pairs; ++i) {
+        blend_row_c(&want[4 * i], &luma[2 * i], &row[4 * i], &wy[2 * i], 1);
+        blend_row_c(&want[4 * i + 1], &u[i], &row[4 * i + 1], &wc[i], 1);
+        blend_row_c(&want[4 * i + 2], &luma[2 * i + 1], &row[4 * i + 2], &wy[2 * i + 1], 1);
+        blend_row_c(&want[4 * i + 3], &v[i], &row[4 * i + 3], &wc[i], 1);
+      }
+      Bytes apart(want.size(), 0xee);
+      blend_yuyv_row(apart.data(), luma.data(), u.data(), v.data(), row.data(), wy.data(),
+                     wc.data(), n);
+      EXPECT_EQ(want, apart) << path.name << " n=" << n;
+      Bytes in_place = row;
+      in_place.push_back(0xee);
+      blend_yuyv_row(in_place.data(), luma.data(), u.data(), v.data(), in_place.data(), wy.data(),
+                     wc.data(), n);
+      EXPECT_EQ(want, in_place) << path.name << " n=" << n << " in place";
+    }
+  }
+}
+
 }  // namespace
+

@@ -120,4 +120,38 @@ TEST(ResampleRows, VectorTwinsMatchScalar) {
   }
 }
 
+// Interleaved chroma halved in one step equals splitting both rows into
+// their planes and halving each plane; the model is the plain row kernel.
+// Outputs carry guard bytes and the rows start at odd addresses.
+TEST(ResampleRows, InterleavedHalvingMatchesSplitThenHalve) {
+  for (const auto& path : qlsbp_test::cpu_paths()) {
+    qlsbp_test::ScopedCpuMask mask(path.flags);
+    for (int n = 0; n <= 70; ++n) {
+      const size_t bytes = 4 * static_cast<size_t>(n);
+      const Bytes src = random_bytes(2 * bytes + 1, 7 * n + 1);
+      const uint8_t* upper = src.data() + 1;
+      const uint8_t* lower = upper + bytes;
+      Bytes split[2][2];  // [row][plane]
+      for (int r = 0; r < 2; ++r) {
+        for (int p = 0; p < 2; ++p) {
+          for (size_t i = p; i < bytes; i += 2) split[r][p].push_back((r ? lower : upper)[i]);
+          split[r][p].resize(2 * static_cast<size_t>(n) + 1);
+        }
+      }
+      Bytes want[2], got[2];
+      for (int p = 0; p < 2; ++p) {
+        want[p].assign(n + 1, 0xee);
+        got[p].assign(n + 2, 0xee);
+        downsample2x2_row_c(want[p].data(), split[0][p].data(), split[1][p].data(), n);
+      }
+      downsample2x2_uv_row(got[0].data() + 1, got[1].data() + 1, upper, lower, n);
+      for (int p = 0; p < 2; ++p) {
+        EXPECT_EQ(want[p], Bytes(got[p].begin() + 1, got[p].end()))
+            << path.name << " n=" << n << " plane " << p;
+        EXPECT_EQ(got[p][0], 0xee);
+      }
+    }
+  }
+}
+
 }  // namespace

@@ -99,13 +99,15 @@ void reference_frame(Side* s, QL_IMAGEINFO* info, SBFrameParam p, float factor,
   img_add_stride(info, s->dense.data());
 }
 
-// Returns the fast engine's result (or -1 when no engine ran).
-int fast_frame(Side* s, QL_IMAGEINFO* info, SBFrameParam p, float factor, qlsbp::Executor& ex) {
+// Returns the fast engine's result (or -1 when no engine ran). Test frames
+// are small, so by default they are cut into pieces as if they were large.
+int fast_frame(Side* s, QL_IMAGEINFO* info, SBFrameParam p, float factor, qlsbp::Executor& ex,
+               long long min_piece_pixels = 1) {
   const FrameStep step = frame_state_update(&s->d, s->dense.data(), s->dense.data(), info->height,
                                             info->width, info->format, &p.focusRow, factor,
                                             gen_ellipse4);
   if (step != kFrameRunEngine) return -1;
-  const int r = fast_engine_run(&s->d, info, ex);
+  const int r = fast_engine_run(&s->d, info, ex, min_piece_pixels);
   if (r == kFastEngineUseReference) {
     img_move_stride(info, s->dense.data());
     reference_engine_run(&s->d, s->dense.data(), info->format, ex);
@@ -157,7 +159,7 @@ void random_strides(int format, int rows, int cols, std::mt19937& rng, int* stri
 
 // A sequence of frames of one size and layout with changing parameters.
 void run_sequence(int format, int rows, int cols, int frames, uint32_t seed, qlsbp::Executor& ex,
-                  Counts* counts) {
+                  Counts* counts, long long min_piece_pixels = 1) {
   std::mt19937 rng(seed);
   Side ref(rows, cols), fast(rows, cols);
   QL_BokehParam bp{rows / 2, cols / 2, rows / 4, cols / 4, 7, 5};
@@ -198,7 +200,7 @@ void run_sequence(int format, int rows, int cols, int frames, uint32_t seed, qls
     CallerFrame a = make_frame(format, rows, cols, strides, rng);
     CallerFrame b(a);
     reference_frame(&ref, &a.info, p, factor, ex);
-    const int r = fast_frame(&fast, &b.info, p, factor, ex);
+    const int r = fast_frame(&fast, &b.info, p, factor, ex, min_piece_pixels);
     if (r == kFastEngineDone) ++counts->fast;
     if (r == kFastEngineUseReference) ++counts->declined;
     ASSERT_EQ(0u, count_differences(a, b))
@@ -224,6 +226,22 @@ TEST(FastEngine, MatchesReferenceOnFrameSequences) {
   }
   EXPECT_GT(counts.fast, 150);
   EXPECT_GT(counts.declined, 5);
+}
+
+// Frames wide enough for the sharp middle of the focus ellipse to spare the
+// blur of whole stretches of half rows, with the ellipse moved, resized and
+// pushed past the borders; 228 x 332 leaves chroma planes whose size is not
+// a multiple of eight (an unblended end in the last row).
+TEST(FastEngine, WideSharpRegions) {
+  qlsbp::SerialExecutor serial;
+  Counts counts;
+  uint32_t seed = 300;
+  for (int format : {2, 3, 4}) {
+    SCOPED_TRACE(testing::Message() << "format " << format);
+    run_sequence(format, 228, 332, 10, seed++, serial, &counts);
+    run_sequence(format, 120, 400, 8, seed++, serial, &counts);
+  }
+  EXPECT_GT(counts.fast, 30);
 }
 
 TEST(FastEngine, TinyAndOddHalfSizes) {
@@ -259,6 +277,15 @@ TEST(FastEngine, SameBytesWhateverTheCutIntoPieces) {
     }
     EXPECT_GT(counts.fast, 10);
   }
+  // With the engine's own piece size a 96 x 72 frame stays on the calling
+  // thread, and a 1024 x 768 one is cut into pieces.
+  Counts counts;
+  for (int format : {2, 3, 4}) {
+    SCOPED_TRACE(testing::Message() << "format " << format << " own piece size");
+    run_sequence(format, 72, 96, 2, seed++, threads, &counts, kFastEngineMinPiecePixels);
+    run_sequence(format, 768, 1024, 2, seed++, threads, &counts, kFastEngineMinPiecePixels);
+  }
+  EXPECT_GT(counts.fast, 3);
 }
 
 TEST(FastEngine, EveryLevelOnALargerFrame) {

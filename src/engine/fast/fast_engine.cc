@@ -3,15 +3,19 @@
 //
 // Why the bytes equal the reference engine's:
 //  - halving, enlarging and blending use the same row kernels as the
-//    reference plane drivers, on the same samples (the reference splits the
-//    frame into planes first; here the split happens row by row);
+//    reference plane drivers, or twins of them that split or interleave the
+//    samples on the way (tested equal to splitting first), on the same
+//    samples;
 //  - the reference filter computes every output of each pass as the full
 //    21-tap sum over reflect-101 indices (gauss_mirror), interior and border
 //    alike, in exact 32-bit arithmetic truncated by >> 10. Dropping the taps
 //    that are zero and computing one row at a time changes no sum;
 //  - the blend only covers whole blocks of eight pixels of each plane in
 //    dense order, so the pixels after the last block keep the enlarged
-//    blurred value, row by row as they fall.
+//    blurred value, row by row as they fall;
+//  - under the weights 0 and 1024 the blend's result is known exactly (see
+//    "Mask runs"), so those pixels are copied or left alone, and blurred
+//    values that only such sharp pixels would read are not computed.
 #include "engine/fast/fast_engine.h"
 
 #include <cstddef>
@@ -48,6 +52,7 @@ struct Plane {
   long long blended;  // pixels the blend covers, in dense order
   int ksize;          // non-zero taps of the kernel, 2 * reach + 1
   int kernel[kPreviewTaps];
+  int focus;  // a column where the sharp region of the mask is looked for
 };
 
 // How the planes of a group share the caller's rows.
@@ -167,6 +172,14 @@ void halve_rows(const Group& g, uint8_t* scratch, int first, int end) {
       downsample2x2_row(p.small + static_cast<size_t>(j) * p.w, upper, lower, p.w);
       continue;
     }
+    if (g.kind == kChromaUV) {
+      // The pairs are split inside the halving: no split rows at all.
+      const Plane& u = *g.plane[0];
+      const Plane& v = *g.plane[1];
+      const size_t at = static_cast<size_t>(j) * u.w;
+      downsample2x2_uv_row(u.small + at, v.small + at, upper, lower, u.w);
+      continue;
+    }
     // Split both caller rows into the planes' own rows, then halve those.
     uint8_t* rows[2][3];
     uint8_t* at = scratch;
@@ -176,13 +189,8 @@ void halve_rows(const Group& g, uint8_t* scratch, int first, int end) {
         at += align_up(static_cast<size_t>(g.plane[i]->W));
       }
     }
-    if (g.kind == kChromaUV) {
-      split_uv_row(rows[0][0], rows[0][1], upper, g.plane[0]->W);
-      split_uv_row(rows[1][0], rows[1][1], lower, g.plane[0]->W);
-    } else {
-      split_yuyv_row(rows[0][0], rows[0][1], rows[0][2], upper, g.plane[1]->W);
-      split_yuyv_row(rows[1][0], rows[1][1], rows[1][2], lower, g.plane[1]->W);
-    }
+    split_yuyv_row(rows[0][0], rows[0][1], rows[0][2], upper, g.plane[1]->W);
+    split_yuyv_row(rows[1][0], rows[1][1], rows[1][2], lower, g.plane[1]->W);
     for (int i = 0; i < g.count; ++i) {
       const Plane& p = *g.plane[i];
       downsample2x2_row(p.small + static_cast<size_t>(j) * p.w, rows[0][i], rows[1][i], p.w);
@@ -197,18 +205,20 @@ struct PlaneRows {
   uint8_t* line;     // vertical result with reflected ends, w + 2 * reach
   uint8_t* ring[2];  // blurred half rows, by row parity
   uint8_t* up[2];    // the two enlarged rows
-  uint8_t* sharp;    // the caller's row split out (grouped planes only)
+  uint8_t* sharp;    // the caller's row split out (packed 4:2:2 only)
 };
 
-size_t plane_band_bytes(const Plane& p, bool grouped) {
+// `split`: the band also needs the plane's sharp row split out of the
+// caller's row (packed 4:2:2 only; interleaved chroma blends in place).
+size_t plane_band_bytes(const Plane& p, bool split) {
   size_t bytes = align_up(static_cast<size_t>(p.w) + 2 * kPreviewReach);
   bytes += 2 * align_up(static_cast<size_t>(p.w));
   bytes += 2 * align_up(static_cast<size_t>(p.W));
-  if (grouped) bytes += align_up(static_cast<size_t>(p.W));
+  if (split) bytes += align_up(static_cast<size_t>(p.W));
   return bytes;
 }
 
-uint8_t* carve_plane_rows(const Plane& p, bool grouped, uint8_t* at, PlaneRows* r) {
+uint8_t* carve_plane_rows(const Plane& p, bool split, uint8_t* at, PlaneRows* r) {
   r->line = at;
   at += align_up(static_cast<size_t>(p.w) + 2 * kPreviewReach);
   for (int i = 0; i < 2; ++i) {
@@ -220,73 +230,257 @@ uint8_t* carve_plane_rows(const Plane& p, bool grouped, uint8_t* at, PlaneRows* 
     at += align_up(static_cast<size_t>(p.W));
   }
   r->sharp = nullptr;
-  if (grouped) {
+  if (split) {
     r->sharp = at;
     at += align_up(static_cast<size_t>(p.W));
   }
   return at;
 }
 
+// ---- Mask runs: where the blend has nothing to compute -------------------
+//
+// Under the weight 1024 the blend gives exactly the sharp pixel, whatever the
+// blurred one is: F + (((S - F) * 1024 + 512) >> 10) == S; under the weight 0
+// it gives exactly the blurred one, F + (512 >> 10) == F. So, per output row,
+// a run of blended pixels whose weights are all exactly 1024 needs neither a
+// blend nor (when the rows around it agree) a blur, and a run of zeros needs
+// only a copy of the blurred pixels. A focus mask row is zeros, a ramp, a
+// sharp middle, a ramp and zeros again: the zeros are measured from both
+// ends, the sharp run around the middle of the previous row's (or the focus
+// column). Each weight of a run is read once by a vector compare, which is
+// far cheaper than blending it. A missed or shorter run is still right,
+// only slower. Weights above 1024 and the unblended end of the plane are in
+// no run.
+
+constexpr uint16_t kSharp = 1024;
+// Half rows skip their blur only over at least this many columns.
+constexpr int kMinSkip = 32;
+
+struct Run {
+  int a = 0, b = 0;  // [a, b), empty when a >= b
+};
+
+// One output row: zeros over [0, z0) and [z1, n), 1024 over sharp (inside
+// [z0, z1)); n is the row's blended length.
+struct RowRuns {
+  int z0 = 0, z1 = 0;
+  Run sharp;
+};
+
+// The runs of a plane's last four output rows (enough for one half row and
+// the two rows being stored), and the last sharp run as the next hint.
+struct RunCache {
+  int tag[4] = {-1, -1, -1, -1};
+  RowRuns runs[4];
+  Run hint;
+  WeightRunFn forward = weight_run_forward_pick();
+  WeightRunFn backward = weight_run_backward_pick();
+};
+
+RowRuns find_runs(const Plane& p, RunCache* c, int y) {
+  const int n = blended_in_row(p, y);
+  const uint16_t* w = p.mask + static_cast<size_t>(y) * p.W;
+  RowRuns r;
+  r.z0 = c->forward(w, n, 0);
+  r.z1 = n - c->backward(w + r.z0, n - r.z0, 0);
+  const int guesses[2] = {c->hint.a < c->hint.b ? (c->hint.a + c->hint.b) >> 1 : -1, p.focus};
+  for (int m : guesses) {
+    if (m < r.z0 || m >= r.z1 || w[m] != kSharp) continue;
+    r.sharp.a = m - c->backward(w + r.z0, m - r.z0, kSharp);
+    r.sharp.b = m + c->forward(w + m, r.z1 - m, kSharp);
+    break;
+  }
+  c->hint = r.sharp;
+  return r;
+}
+
+const RowRuns& row_runs(const Plane& p, RunCache* c, int y) {
+  const int slot = y & 3;
+  if (c->tag[slot] != y) {
+    c->runs[slot] = find_runs(p, c, y);
+    c->tag[slot] = y;
+  }
+  return c->runs[slot];
+}
+
+// Half columns [a, b) of half row j that no output pixel outside the sharp
+// runs reads: output rows 2j - 1 .. 2j + 1 read half row j, and output
+// column c reads half columns c >> 1 and, for odd c, (c + 1) >> 1.
+Run half_row_skip(const Plane& p, RunCache* c, int j) {
+  Run out{0, p.W};
+  for (int y = 2 * j - 1; y <= 2 * j + 1; ++y) {
+    if (y < 0 || y >= p.H) continue;
+    const Run r = row_runs(p, c, y).sharp;
+    if (r.a > out.a) out.a = r.a;
+    if (r.b < out.b) out.b = r.b;
+  }
+  Run half{(out.a + 2) >> 1, out.b >> 1};
+  if (out.a >= out.b || half.b - half.a < kMinSkip) half = Run{};
+  return half;
+}
+
 // Half row j of the blurred plane: the vertical pass over the half plane's
 // rows j - reach .. j + reach (reflected), then the horizontal pass over a
 // line whose ends are reflected the same way.
-void blur_half_row(const Plane& p, const PlaneRows& r, int j, uint8_t* out) {
+//
+// Columns [skip.a, skip.b) of the result are not needed: the horizontal pass
+// leaves them out, and the vertical pass leaves out what only they read
+// (the values left there are never used).
+void blur_half_row(const Plane& p, const PlaneRows& r, int j, Run skip, uint8_t* out) {
   const int reach = p.ksize >> 1;
   int offsets[kPreviewTaps];
   for (int k = 0; k < p.ksize; ++k) offsets[k] = gauss_mirror(j - reach + k, p.h) * p.w;
   uint8_t* v = r.line + reach;
-  gauss_vertical_row(v, p.small, offsets, p.kernel, p.ksize, p.w);
+  const GaussVerticalRowFn vertical = gauss_vertical_row_pick();
+  if (skip.a < skip.b) {
+    const int left = skip.a + reach;   // vertical results [0, left)
+    const int right = skip.b - reach;  // and [right, w)
+    vertical(v, p.small, offsets, p.kernel, p.ksize, left < p.w ? left : p.w);
+    if (right < p.w) vertical(v + right, p.small + right, offsets, p.kernel, p.ksize, p.w - right);
+  } else {
+    vertical(v, p.small, offsets, p.kernel, p.ksize, p.w);
+  }
   for (int i = 0; i < reach; ++i) {
     r.line[i] = v[gauss_mirror(i - reach, p.w)];
     v[p.w + i] = v[gauss_mirror(p.w + i, p.w)];
   }
-  gauss_horizontal_row(out, r.line, p.kernel, p.ksize, p.w);
+  const GaussHorizontalRowFn horizontal = gauss_horizontal_row_pick();
+  if (skip.a < skip.b) {
+    horizontal(out, r.line, p.kernel, p.ksize, skip.a);
+    horizontal(out + skip.b, r.line + skip.b, p.kernel, p.ksize, p.w - skip.b);
+  } else {
+    horizontal(out, r.line, p.kernel, p.ksize, p.w);
+  }
 }
 
 // Output row y of a plane of its own: blend the enlarged row with the
 // caller's sharp row in place; after the last whole block of eight the
 // enlarged value stays.
-void store_own_row(const Plane& p, const uint8_t* up, uint8_t* row, int y) {
-  const int n = blended_in_row(p, y);
-  if (n > 0) blend_row(row, up, row, p.mask + static_cast<size_t>(y) * p.W, n);
-  if (n < p.W) memcpy(row + n, up + n, static_cast<size_t>(p.W - n));
+// Calls blend(from, to) over the parts of [runs.z0, runs.z1) outside the
+// sharp run, which already holds its result.
+template <typename Blend>
+void blend_between(const RowRuns& runs, Blend blend) {
+  if (runs.sharp.a < runs.sharp.b) {
+    blend(runs.z0, runs.sharp.a);
+    blend(runs.sharp.b, runs.z1);
+  } else {
+    blend(runs.z0, runs.z1);
+  }
 }
 
-// Output row y of a group sharing its caller rows: split the sharp row, blend
-// each plane into its enlarged row, join them back into the caller's row.
-void store_group_row(const Group& g, PlaneRows* rows, int half, uint8_t* row, int y) {
+// Output row y of a plane of its own, blended in place: the enlarged row
+// where the weights are 0 and after the last whole block of eight, the
+// caller's pixels where they are 1024, the blend elsewhere.
+void store_own_row(const Plane& p, const uint8_t* up, uint8_t* row, int y, const RowRuns& runs) {
+  const uint16_t* w = p.mask + static_cast<size_t>(y) * p.W;
+  if (runs.z0 > 0) memcpy(row, up, static_cast<size_t>(runs.z0));
+  blend_between(runs, [&](int from, int to) {
+    if (to > from) blend_row(row + from, up + from, row + from, w + from, to - from);
+  });
+  if (runs.z1 < p.W) memcpy(row + runs.z1, up + runs.z1, static_cast<size_t>(p.W - runs.z1));
+}
+
+// Calls f(from, to) over the blended parts of [0, m) and copy(from, to)
+// over the zero parts; the sharp part is left as it is.
+template <typename Blend, typename Copy>
+void store_parts(int zero_end, int sharp_a, int sharp_b, int zero_begin, int m, Blend blend,
+                 Copy copy) {
+  const int z0 = zero_end < m ? zero_end : m;
+  const int z1 = zero_begin < z0 ? z0 : (zero_begin > m ? m : zero_begin);
+  if (z0 > 0) copy(0, z0);
+  const int a = sharp_a < z0 ? z0 : sharp_a;
+  const int b = sharp_b > z1 ? z1 : sharp_b;
+  if (a < b) {
+    if (a > z0) blend(z0, a);
+    if (z1 > b) blend(b, z1);
+  } else if (z1 > z0) {
+    blend(z0, z1);
+  }
+  if (m > z1) copy(z1, m);
+}
+
+// Output row y of a group sharing its caller rows, blended in place with one
+// pass over the row: interleaved chroma in pairs (both planes of 4:2:0 share
+// one mask, whose runs serve both), packed 4:2:2 in Y0 U Y1 V groups (the
+// two chroma planes share one mask; a group is copied or kept only when its
+// luma and chroma weights all agree).
+void store_group_row(const Group& g, PlaneRows* rows, int half, uint8_t* row, int y,
+                     RunCache* runs) {
   if (g.kind == kChromaUV) {
-    split_uv_row(rows[0].sharp, rows[1].sharp, row, g.plane[0]->W);
-  } else {
-    split_yuyv_row(rows[0].sharp, rows[1].sharp, rows[2].sharp, row, g.plane[1]->W);
+    const Plane& p = *g.plane[0];
+    const RowRuns& r = row_runs(p, &runs[0], y);
+    const uint8_t* u = rows[0].up[half];
+    const uint8_t* v = rows[1].up[half];
+    const uint16_t* w = p.mask + static_cast<size_t>(y) * p.W;
+    store_parts(
+        r.z0, r.sharp.a, r.sharp.b, r.z1, p.W,
+        [&](int from, int to) {
+          blend_uv_row(row + 2 * from, u + from, v + from, row + 2 * from, w + from, to - from);
+        },
+        [&](int from, int to) { join_uv_row(row + 2 * from, u + from, v + from, to - from); });
+    return;
   }
-  for (int i = 0; i < g.count; ++i) {
-    const Plane& p = *g.plane[i];
-    const int n = blended_in_row(p, y);
-    uint8_t* up = rows[i].up[half];
-    if (n > 0) blend_row(up, up, rows[i].sharp, p.mask + static_cast<size_t>(y) * p.W, n);
+  const Plane& py = *g.plane[0];
+  const Plane& pc = *g.plane[1];
+  const RowRuns& ry = row_runs(py, &runs[0], y);
+  const RowRuns& rc = row_runs(pc, &runs[1], y);
+  const uint16_t* wy = py.mask + static_cast<size_t>(y) * py.W;
+  const uint16_t* wc = pc.mask + static_cast<size_t>(y) * pc.W;
+  uint8_t* uy = rows[0].up[half];
+  uint8_t* uu = rows[1].up[half];
+  uint8_t* uv = rows[2].up[half];
+  const int pairs = pc.W;
+  const int ny = blended_in_row(py, y), nc = blended_in_row(pc, y);
+  const int m = (ny >> 1) < nc ? ny >> 1 : nc;  // pairs blended whole
+  auto max = [](int a, int b) { return a > b ? a : b; };
+  auto min = [](int a, int b) { return a < b ? a : b; };
+  const bool sharp = ry.sharp.a < ry.sharp.b && rc.sharp.a < rc.sharp.b;
+  store_parts(
+      min(ry.z0 >> 1, rc.z0), sharp ? max((ry.sharp.a + 1) >> 1, rc.sharp.a) : 0,
+      sharp ? min(ry.sharp.b >> 1, rc.sharp.b) : 0, max((ry.z1 + 1) >> 1, rc.z1), m,
+      [&](int from, int to) {
+        blend_yuyv_row(row + 4 * from, uy + 2 * from, uu + from, uv + from, row + 4 * from,
+                       wy + 2 * from, wc + from, to - from);
+      },
+      [&](int from, int to) {
+        join_yuyv_row(row + 4 * from, uy + 2 * from, uu + from, uv + from, to - from);
+      });
+  if (m == pairs) return;
+  // The end of the plane's blended part: split, blend what each plane
+  // blends, join.
+  split_yuyv_row(rows[0].sharp, rows[1].sharp, rows[2].sharp, row + 4 * m, pairs - m);
+  if (ny > 2 * m) blend_row(uy + 2 * m, uy + 2 * m, rows[0].sharp, wy + 2 * m, ny - 2 * m);
+  if (nc > m) {
+    blend_row(uu + m, uu + m, rows[1].sharp, wc + m, nc - m);
+    blend_row(uv + m, uv + m, rows[2].sharp, wc + m, nc - m);
   }
-  if (g.kind == kChromaUV) {
-    join_uv_row(row, rows[0].up[half], rows[1].up[half], g.plane[0]->W);
-  } else {
-    join_yuyv_row(row, rows[0].up[half], rows[1].up[half], rows[2].up[half], g.plane[1]->W);
-  }
+  join_yuyv_row(row + 4 * m, uy + 2 * m, uu + m, uv + m, pairs - m);
 }
 
 void run_band(const Group& g, uint8_t* scratch, int first, int end) {
   const bool grouped = g.kind != kOnePlane;
+  const bool split = g.kind == kPackedYUYV;
   PlaneRows rows[3];
   uint8_t* at = scratch;
-  for (int i = 0; i < g.count; ++i) at = carve_plane_rows(*g.plane[i], grouped, at, &rows[i]);
+  for (int i = 0; i < g.count; ++i) at = carve_plane_rows(*g.plane[i], split, at, &rows[i]);
 
-  for (int i = 0; i < g.count; ++i)
-    blur_half_row(*g.plane[i], rows[i], first, rows[i].ring[first & 1]);
+  // Interleaved chroma planes share their mask, so the first plane's runs
+  // serve both; packed 4:2:2 planes each have their own.
+  RunCache runs[3];
+  const int run_of[3] = {0, g.kind == kChromaUV ? 0 : 1, g.kind == kChromaUV ? 0 : 2};
+  for (int i = 0; i < g.count; ++i) {
+    const Plane& p = *g.plane[i];
+    blur_half_row(p, rows[i], first, half_row_skip(p, &runs[run_of[i]], first),
+                  rows[i].ring[first & 1]);
+  }
   for (int s = first; s < end; ++s) {
     const bool below = s + 1 < g.h;
     for (int i = 0; i < g.count; ++i) {
       const Plane& p = *g.plane[i];
       const PlaneRows& r = rows[i];
-      if (below) blur_half_row(p, r, s + 1, r.ring[(s + 1) & 1]);
+      if (below) {
+        blur_half_row(p, r, s + 1, half_row_skip(p, &runs[run_of[i]], s + 1), r.ring[(s + 1) & 1]);
+      }
       // The bottom half row has no row below: enlarging it with itself
       // replicates the bottom edge, as the reference enlargement does.
       const uint8_t* next = below ? r.ring[(s + 1) & 1] : r.ring[s & 1];
@@ -296,9 +490,9 @@ void run_band(const Group& g, uint8_t* scratch, int first, int end) {
       const int y = 2 * s + half;
       uint8_t* row = g.base + g.stride * static_cast<ptrdiff_t>(y);
       if (grouped) {
-        store_group_row(g, rows, half, row, y);
+        store_group_row(g, rows, half, row, y, runs);
       } else {
-        store_own_row(*g.plane[0], rows[0].up[half], row, y);
+        store_own_row(*g.plane[0], rows[0].up[half], row, y, row_runs(*g.plane[0], &runs[0], y));
       }
     }
   }
@@ -347,11 +541,11 @@ void plan_pieces(Frame* fr, int total, bool second_phase, size_t* bytes) {
     if (n < 1) n = 1;
     if (n > g.h) n = g.h;
     const int pieces = static_cast<int>(n);
-    const bool grouped = g.kind != kOnePlane;
+    const bool split = g.kind == kPackedYUYV;
     size_t per = 0;
     for (int k = 0; k < g.count; ++k) {
-      per += second_phase ? plane_band_bytes(*g.plane[k], grouped)
-                          : (grouped ? 2 * align_up(static_cast<size_t>(g.plane[k]->W)) : 0);
+      per += second_phase ? plane_band_bytes(*g.plane[k], split)
+                          : (split ? 2 * align_up(static_cast<size_t>(g.plane[k]->W)) : 0);
     }
     if (second_phase) {
       g.pieces2 = pieces;
@@ -374,7 +568,8 @@ void plan_pieces(Frame* fr, int total, bool second_phase, size_t* bytes) {
 
 }  // namespace
 
-int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex) {
+int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex,
+                    long long min_piece_pixels) {
   if (d == nullptr || !frame_fits(d, frame)) return kFastEngineUseReference;
   const int code = frame->format;
   const int rows = d->rows;
@@ -398,11 +593,24 @@ int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex) {
     return kFastEngineUseReference;
   }
 
+  // The mask's sharp region lies around the focus column.
+  const int focus = d->focusCol < 0 ? 0 : d->focusCol;
+  luma->focus = focus;
+  first->focus = second->focus = focus >> 1;
+
   unsigned char* const* p = frame->plane;
   const int* s = frame->stride;
   if (code == kPacked422) {
+    if (first->mask != second->mask) {
+      free(fr);
+      return kFastEngineUseReference;
+    }
     add_group(fr, kPackedYUYV, p[0], s[0], 3, luma, first, second);
   } else if (code == kSemiPlanar420) {
+    if (first->mask != second->mask) {
+      free(fr);
+      return kFastEngineUseReference;
+    }
     add_group(fr, kOnePlane, p[0], s[0], 1, luma, nullptr, nullptr);
     add_group(fr, kChromaUV, p[1], s[1], 2, first, second, nullptr);
   } else {
@@ -419,7 +627,16 @@ int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex) {
   int workers = ex.concurrency();
   if (workers < 1) workers = 1;
   if (workers > kMaxWorkers) workers = kMaxWorkers;
-  const int total = workers * kPiecesPerWorker;
+  // A piece should outweigh what handing it to another thread may cost (an
+  // executor may start a thread per piece); a frame with work for one piece
+  // only runs on the calling thread.
+  long long work = 0;
+  for (int i = 0; i < 3; ++i) work += static_cast<long long>(fr->planes[i].H) * fr->planes[i].W;
+  long long wanted = min_piece_pixels > 0 ? work / min_piece_pixels : work;
+  if (wanted > workers * kPiecesPerWorker) wanted = workers * kPiecesPerWorker;
+  const int total = wanted > 1 ? static_cast<int>(wanted) : 1;
+  qlsbp::SerialExecutor here;
+  qlsbp::Executor& run_on = total > 1 ? ex : here;
   size_t bytes1 = 0, bytes2 = 0;
   plan_pieces(fr, total, false, &bytes1);
   plan_pieces(fr, total, true, &bytes2);
@@ -438,9 +655,9 @@ int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex) {
   fr->scratch = reinterpret_cast<uint8_t*>(align_up(reinterpret_cast<uintptr_t>(block)));
 
   plan_pieces(fr, total, false, &bytes1);
-  ex.run(fr->piece_count, halve_piece, fr);
+  run_on.run(fr->piece_count, halve_piece, fr);
   plan_pieces(fr, total, true, &bytes2);
-  ex.run(fr->piece_count, band_piece, fr);
+  run_on.run(fr->piece_count, band_piece, fr);
 
   free(own);
   free(fr);

@@ -10,8 +10,11 @@
 // the output rows into bands, and each band runs the vertical pass, the
 // horizontal pass, the enlargement and the blend row by row, so that a
 // band's working rows stay in cache, and stores the blended rows back in the
-// caller's layout. Only the non-zero taps of the level's kernel are applied;
-// sums stay exact, so the bytes are the same as with all 21.
+// caller's layout, blending interleaved samples in place. Only the non-zero
+// taps of the level's kernel are applied; sums stay exact, so the bytes are
+// the same as with all 21. Where the mask weight is 0 the blend's result is
+// the blurred pixel and where it is 1024 the caller's own, so those runs are
+// copied or left alone, and the sharp middle of the mask is not blurred.
 //
 // Frames whose exact reference behaviour would cost more to reproduce here
 // than it is worth are declined (see fast_engine_run), and the caller then
@@ -40,8 +43,11 @@ enum FastEngineResult {
 //  - the last (plane size mod 8) pixels of each plane, in dense plane order,
 //    keep the enlarged blurred value (the blend works in blocks of eight);
 //  - each chroma plane blurred with the settings of its own task record.
-// The band work runs on `ex`, cut into about as many pieces as
-// ex.concurrency() suggests.
+// The work runs on `ex`, cut into about as many pieces as ex.concurrency()
+// suggests, but none smaller than `min_piece_pixels` pixels of all planes
+// together; a frame with work for one piece only runs on the calling thread
+// (starting a thread would cost more than it saves). Tests pass 1 to cut
+// small frames as finely as large ones.
 //
 // Returns kFastEngineUseReference, before touching the planes, for:
 //  - task records that do not fit this frame's layout (stale records from a
@@ -50,6 +56,8 @@ enum FastEngineResult {
 //  - a plane with an odd number of rows or columns (4:2:0 frames whose width
 //    or height is not a multiple of 4; 4:2:2 frames with an odd chroma
 //    width), whose halving reads across row ends in the reference;
+//  - chroma planes of one frame with different masks (the task records
+//    always share one);
 //  - a descriptor the packing would refuse (unknown code, layout 3 with
 //    unequal chroma strides, a null plane, a size other than the
 //    processor's), and a failed allocation of band scratch.
@@ -58,6 +66,11 @@ enum FastEngineResult {
 // planarOut and quarter-size scratch planes, and of the session's dense
 // work buffer, are unspecified (they are not what the reference engine would
 // leave there). The masks and task records are only read.
-int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex);
+// About a tenth of a millisecond of one core's work: handing a smaller
+// piece to another worker costs more than it saves. (Whether to start
+// threads at all for a small frame is the caller's choice of executor.)
+constexpr long long kFastEngineMinPiecePixels = 64 * 1024;
+int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex,
+                    long long min_piece_pixels = kFastEngineMinPiecePixels);
 
 #endif  // QLSBP_ENGINE_FAST_FAST_ENGINE_H_

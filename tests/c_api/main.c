@@ -1,6 +1,7 @@
-/* A C99 host of the public header: one session, one frame, banners through
- * the logging hook. Built with -std=c99 -pedantic to keep the header plain
- * C. */
+/* A C99 host of the public header: the host API's session with one frame
+ * and its banners through the logging hook, then a session object with the
+ * same frame and a camera frame described as YUV_420_888. Built with
+ * -std=c99 -pedantic to keep the header plain C. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -52,6 +53,39 @@ int main(void) {
   if (sb_top_pv_processer(&image, &param) != 0) failed = 1;
   if (sb_top_pv_deinit() != 0) failed = 1;
   sb_top_pv_set_log_hook(NULL, NULL);
+
+  {
+    /* The same frame again through a session object, with its result codes. */
+    qlsbp_session_options options;
+    qlsbp_session* session = NULL;
+    qlsbp_yuv420_888 camera;
+    QL_IMAGEINFO mapped;
+    qlsbp_session_options_init(&options);
+    options.workers = 1;
+    if (options.size != (int)sizeof options) failed = 1;
+    if (qlsbp_session_open(&session, &image, &options) != QLSBP_OK) failed = 1;
+    if (qlsbp_session_process(session, &image, &param) != QLSBP_OK) failed = 1;
+    image.width = kWidth + 2;
+    if (qlsbp_session_process(session, &image, &param) != QLSBP_ERR_SIZE_MISMATCH) failed = 1;
+    image.width = kWidth;
+    if (strlen(qlsbp_strerror(QLSBP_ERR_SIZE_MISMATCH)) == 0) failed = 1;
+
+    memset(&camera, 0, sizeof camera);
+    camera.width = kWidth;
+    camera.height = kHeight;
+    camera.y = luma;
+    camera.u = u;
+    camera.v = v;
+    camera.y_row_stride = kWidth;
+    camera.u_row_stride = kWidth / 2;
+    camera.v_row_stride = kWidth / 2;
+    camera.chroma_pixel_stride = 1;
+    if (qlsbp_map_yuv420_888(&mapped, &camera) != QLSBP_OK) failed = 1;
+    if (mapped.format != QL_FORMAT_YUV420_PLANAR) failed = 1;
+    if (qlsbp_session_process_yuv420_888(session, &camera, &param) != QLSBP_OK) failed = 1;
+    qlsbp_session_close(session);
+    qlsbp_session_close(NULL);
+  }
 
   if (g_banners != 4 || g_bad_banner) {
     fprintf(stderr, "expected 4 banners, got %d (bad: %d)\n", g_banners, g_bad_banner);

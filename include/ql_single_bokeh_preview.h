@@ -18,8 +18,8 @@
  * QLSBP_ENGINE is "reference" when sb_top_pv_initial opens the session; the
  * reference engine packs, splits, blurs, joins and unpacks as the library
  * always has. Both give the same bytes. With the fast engine a frame runs on
- * one thread per online processor, the calling thread included (frames below
- * 320 x 240 on the calling thread alone).
+ * one thread per online processor, the calling thread included; a frame too
+ * small to share out runs on the calling thread alone.
  *
  * The session lives in two exported globals (pData and idat_pv, declared
  * in qlsbp/sb_data.h for C++ callers). They belong to the library: hosts may

@@ -16,10 +16,6 @@
 
 namespace {
 
-// Below this many luma pixels a frame is done on the calling thread alone:
-// starting threads would cost more than they save.
-constexpr long long kTeamMinPixels = 320 * 240;
-
 FrameStep update_state(qlsbp_session* s, QL_IMAGEINFO* even, SBFrameParam* frame, float factor) {
   // The state step reads the record as its eleven integers in order.
   return frame_state_update(s->processor, s->buffer, s->buffer, even->height, even->width,
@@ -55,9 +51,9 @@ void session_run_fast(qlsbp_session* s, QL_IMAGEINFO* even, SBFrameParam* frame,
 
   if (s->options.workers == 0) {
     // Threads per call: one per processor, the calling thread included,
-    // started and joined inside this frame.
-    const long long pixels = static_cast<long long>(even->width) * even->height;
-    qlsbp::ThreadTeamExecutor team(pixels < kTeamMinPixels ? 1 : qlsbp::online_processors());
+    // started and joined inside this frame. A frame whose work makes a
+    // single piece starts none.
+    qlsbp::ThreadTeamExecutor team(qlsbp::online_processors());
     if (fast_engine_run(s->processor, even, team) == 0) return;
   } else if (fast_engine_run(s->processor, even, *s->executor) == 0) {
     return;

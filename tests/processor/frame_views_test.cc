@@ -5,7 +5,7 @@
 #include <pthread.h>
 
 #include <climits>
-
+#include <tuple>
 #include <vector>
 
 #include "common/test_util.h"
@@ -16,6 +16,7 @@
 namespace {
 
 int* params(SBFrameParam* p) { return reinterpret_cast<int*>(p); }
+using Fields = std::tuple<int, int, int, int>;
 
 SBFrameParam preview_param(int focus_row, int focus_col) {
   SBFrameParam p{};
@@ -73,17 +74,12 @@ TEST(FocusClamp, TheFrameSizeItselfIsClampedToTheLastRowAndColumn) {
   SBFrameParam p = preview_param(48, 64);
   p.axisRows = 24, p.axisCols = 32;
   ASSERT_EQ(0, d.DataProcessor(frame.data(), frame.data(), 48, 64, 64, 2, params(&p), 1.5f));
-  EXPECT_EQ(47, p.focusRow);
-  EXPECT_EQ(63, p.focusCol);
-  EXPECT_EQ(24, p.axisRows);  // equal to half the size: unchanged
-  EXPECT_EQ(32, p.axisCols);
+  // Axes equal to half the size are unchanged.
+  EXPECT_EQ(Fields(47, 63, 24, 32), Fields(p.focusRow, p.focusCol, p.axisRows, p.axisCols));
   p = preview_param(47, 63);
   p.axisRows = 25, p.axisCols = 33;
   ASSERT_EQ(0, d.DataProcessor(frame.data(), frame.data(), 48, 64, 64, 2, params(&p), 1.5f));
-  EXPECT_EQ(47, p.focusRow);
-  EXPECT_EQ(63, p.focusCol);
-  EXPECT_EQ(24, p.axisRows);
-  EXPECT_EQ(32, p.axisCols);
+  EXPECT_EQ(Fields(47, 63, 24, 32), Fields(p.focusRow, p.focusCol, p.axisRows, p.axisCols));
 }
 
 // Through the host API: a focus at (height, width) gives the same bytes as
@@ -107,10 +103,6 @@ TEST(FocusClamp, HostFramesAtTheBoundaryMatchTheLastRowAndColumn) {
   EXPECT_NE(input, out[0]);
   EXPECT_EQ(out[1], out[0]);
 }
-
-}  // namespace
-
-namespace {
 
 // The box method with levels near INT_MAX: every window covers the whole
 // plane, so each pixel of a plane outside the focus becomes the plane's mean

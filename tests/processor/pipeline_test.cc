@@ -47,19 +47,6 @@ TEST(Pipeline, MatchesModelForEveryLayout) {
   }
 }
 
-TEST(Pipeline, ClampsFocusGeometryInPlace) {
-  SBData d(480, 640);
-  std::vector<uint8_t> f(dense_bytes(2, 480, 640), 77);
-  SBFrameParam p = params(5000, 9000, 400, 700, 3, 27);
-  ASSERT_EQ(0, d.DataProcessor(f.data(), f.data(), 480, 640, 640, 2, fields(&p), 1.2f));
-  EXPECT_EQ(Fields(479, 639, 240, 320), Fields(p.focusRow, p.focusCol, p.axisRows, p.axisCols));
-  SBFrameParam neg = params(-3, -4, -5, -6, 3, 27);
-  ASSERT_EQ(0, d.DataProcessor(f.data(), f.data(), 480, 640, 640, 2, fields(&neg), 1.2f));
-  EXPECT_EQ(Fields(-3, -4, -5, -6), Fields(neg.focusRow, neg.focusCol, neg.axisRows, neg.axisCols));
-  // A flat frame stays flat whatever the mask does.
-  for (uint8_t v : f) ASSERT_EQ(77, v);
-}
-
 TEST(Pipeline, TaskRecordsFollowTheLayout) {
   SBData d(480, 640);
   std::vector<uint8_t> f(dense_bytes(4, 480, 640));

@@ -28,7 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const size_t bytes = fuzz::dense_size(format, cols, rows);
     qlsbp_test::Guarded src(bytes, side), dst(bytes, side, 0x77);
     std::mt19937 rng(in.u32());
-    for (size_t i = 0; i < bytes; ++i) src.data()[i] = static_cast<uint8_t>(rng());
+    fuzz::fill(rng, src.data(), bytes);
     const std::vector<uint8_t> src_before(src.data(), src.data() + bytes);
     const std::vector<uint8_t> dst_before(dst.data(), dst.data() + bytes);
     int p[11];

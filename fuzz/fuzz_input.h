@@ -106,6 +106,11 @@ inline qlsbp_test::Guarded::Side guard_side() {
   return side;
 }
 
+// n random bytes at p.
+inline void fill(std::mt19937& rng, uint8_t* p, size_t n) {
+  for (size_t i = 0; i < n; ++i) p[i] = static_cast<uint8_t>(rng());
+}
+
 // One caller plane: `rows` rows of `row_bytes` bytes, `stride` apart (any
 // sign, possibly below row_bytes so that rows overlap), in a guarded buffer
 // exactly as large as those rows need.
@@ -122,7 +127,7 @@ struct Plane {
     const int64_t mag = s < 0 ? -static_cast<int64_t>(s) : s;
     const int64_t extent = rows > 0 && row_bytes > 0 ? (rows - 1) * mag + row_bytes : 1;
     buf.reset(new qlsbp_test::Guarded(static_cast<size_t>(extent), guard_side()));
-    for (size_t i = 0; i < buf->size(); ++i) buf->data()[i] = static_cast<uint8_t>(rng());
+    fill(rng, buf->data(), buf->size());
     first = buf->data() + (s < 0 && rows > 0 ? (rows - 1) * mag : 0);
     is_pixel.assign(buf->size(), 0);
     for (int y = 0; y < rows; ++y) {

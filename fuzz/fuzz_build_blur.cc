@@ -64,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Guarded small(half ? static_cast<size_t>(H >> 1) * (((W - 1) >> 1) + 1) + (H < 2 ? 1 : 0) : 1,
                 side);
   Guarded wide(wn > 0 ? 8 * wn : 8, side), range(wn > 0 ? 4 * wn : 4, side);
-  for (size_t i = 0; i < n; ++i) src.data()[i] = static_cast<uint8_t>(rng());
+  fuzz::fill(rng, src.data(), n);
   unsigned short* m = reinterpret_cast<unsigned short*>(mask.data());
   const int style = in.byte() % 3;
   for (size_t i = 0; i < n; ++i) {

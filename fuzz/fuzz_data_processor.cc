@@ -21,15 +21,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fuzz::Input in(data, size);
   const int rows = 2 * in.range(1, 80), cols = 2 * in.range(1, 100);
   SBData d(rows, cols);
-  const size_t n = static_cast<size_t>(rows) * cols;
   const auto side = fuzz::guard_side();
   for (int op = 0; op < 4 && !in.empty(); ++op) {
     static const int kFormats[] = {2, 3, 4, 4, 2, 3, 5, -1};
     const int format = kFormats[in.byte() % 8];
-    const size_t bytes = format == 4 ? 2 * n : (3 * n) >> 1;
+    const size_t bytes = fuzz::dense_size(format, cols, rows);
     qlsbp_test::Guarded src(bytes, side), dst(bytes, side, 0x77);
     std::mt19937 rng(in.u32());
-    for (size_t i = 0; i < bytes; ++i) src.data()[i] = static_cast<uint8_t>(rng());
+    fuzz::fill(rng, src.data(), bytes);
     const std::vector<uint8_t> src_before(src.data(), src.data() + bytes);
     const std::vector<uint8_t> dst_before(dst.data(), dst.data() + bytes);
     int p[11];

@@ -54,14 +54,6 @@ void check_sharp_focus(const fuzz::Frame& f, const std::vector<uint8_t>& luma_in
   }
 }
 
-// Layout 3 with unpadded luma and padded chroma keeps the luma as it came.
-// Odd frames are processed as their even part through the same planes and
-// strides, so "unpadded" is measured against the even width.
-bool quirk_keeps_luma(const fuzz::Frame& f) {
-  const int even = f.width & ~1;
-  return f.format == 3 && f.info.stride[0] == even && f.info.stride[1] != even / 2;
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -100,11 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (kind % 8 == 6) fg = Geometry{kFormats[in.byte() % 10], in.range(1, 260), in.range(1, 200)};
     fuzz::Frame f;
     f.make(in, fg.format, fg.width, fg.height, false, in.u32());
-    QL_BokehParam p;
-    p.focusRow = in.any_int(), p.focusCol = in.any_int();
-    p.axisRows = in.any_int(), p.axisCols = in.any_int();
-    p.level = in.byte() % 4 == 0 ? in.any_int() : in.range(-1, 9);
-    p.strength = in.any_int();
+    QL_BokehParam p = fuzz::fuzzed_param(in);
     QL_BokehParam p_copy = p;
 
     const auto before = f.snapshot();
@@ -131,31 +119,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // The same rows, dense, through the session.
     if (synced && fg.format == g.format && same_geometry && known && !stride_refused) {
       fuzz::Frame d;
-      fuzz::Input none(nullptr, 0);
-      d.make(none, fg.format, fg.width, fg.height, true, 0);
-      d.set_pixels(rows_in);
-      const int rc = qlsbp_session_process(ref, &d.info, &p);
-      if (rc != QLSBP_OK) {
+      fuzz::make_dense(d, f, rows_in);
+      if (qlsbp_session_process(ref, &d.info, &p) != QLSBP_OK) {
         synced = false;  // the two no longer saw the same frames
       } else if (!f.overlapping()) {
-        std::vector<uint8_t> want = d.pixels();
-        const bool luma_kept = quirk_keeps_luma(f) && p.level >= 1;
-        if (luma_kept) {
-          const size_t luma = static_cast<size_t>(fg.width) * fg.height;
-          std::copy(rows_in.begin(), rows_in.begin() + static_cast<long>(luma), want.begin());
-        }
-        const std::vector<uint8_t> got = f.pixels();
         fuzz::Stats::count(p.level >= 1 ? 1 : 2,
                            p.level >= 1 ? "strides, processed" : "strides, level < 1");
-        if (got != want) {
-          size_t i = 0;
-          while (got[i] == want[i]) ++i;
-          fprintf(stderr, "frame %dx%d, code %d, strides %d %d %d, level %d, frame %d\n", fg.width,
-                  fg.height, fg.format, f.info.stride[0], f.info.stride[1], f.info.stride[2],
-                  p.level, op);
-          fuzz::fail("strided result differs from the dense one", static_cast<long long>(i),
-                     fg.format);
-        }
+        fuzz::check_same_as_dense(f, d, rows_in, p.level,
+                                  "strided result differs from the dense one");
       }
     } else if (processed) {
       synced = false;

@@ -3,6 +3,7 @@
 #ifndef QLSBP_FUZZ_FUZZ_INPUT_H_
 #define QLSBP_FUZZ_FUZZ_INPUT_H_
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstdio>
@@ -105,6 +106,11 @@ inline qlsbp_test::Guarded::Side guard_side() {
   return side;
 }
 
+// n random bytes at p.
+inline void fill(std::mt19937& rng, uint8_t* p, size_t n) {
+  for (size_t i = 0; i < n; ++i) p[i] = static_cast<uint8_t>(rng());
+}
+
 // One caller plane: `rows` rows of `row_bytes` bytes, `stride` apart (any
 // sign, possibly below row_bytes so that rows overlap), in a guarded buffer
 // exactly as large as those rows need.
@@ -121,7 +127,7 @@ struct Plane {
     const int64_t mag = s < 0 ? -static_cast<int64_t>(s) : s;
     const int64_t extent = rows > 0 && row_bytes > 0 ? (rows - 1) * mag + row_bytes : 1;
     buf.reset(new qlsbp_test::Guarded(static_cast<size_t>(extent), guard_side()));
-    for (size_t i = 0; i < buf->size(); ++i) buf->data()[i] = static_cast<uint8_t>(rng());
+    fill(rng, buf->data(), buf->size());
     first = buf->data() + (s < 0 && rows > 0 ? (rows - 1) * mag : 0);
     is_pixel.assign(buf->size(), 0);
     for (int y = 0; y < rows; ++y) {
@@ -232,6 +238,57 @@ struct Frame {
     }
   }
 };
+
+// Bytes of a dense frame of the layout (2 and 3: 4:2:0, 4: 4:2:2).
+inline size_t dense_size(int format, int w, int h) {
+  const size_t n = static_cast<size_t>(w > 0 ? w : 0) * static_cast<size_t>(h > 0 ? h : 0);
+  return format == 4 ? 2 * n : (3 * n) >> 1;
+}
+
+// Caller parameters: every field over the whole int range, the level mostly
+// near the useful range.
+inline QL_BokehParam fuzzed_param(Input& in) {
+  QL_BokehParam p;
+  p.focusRow = in.any_int(), p.focusCol = in.any_int();
+  p.axisRows = in.any_int(), p.axisCols = in.any_int();
+  p.level = in.byte() % 4 == 0 ? in.any_int() : in.range(-1, 9);
+  p.strength = in.any_int();
+  return p;
+}
+
+// Layout 3 with unpadded luma and padded chroma keeps the luma as it came.
+// Odd frames are processed as their even part through the same planes and
+// strides, so "unpadded" is measured against the even width.
+inline bool keeps_luma(const Frame& f) {
+  const int even = f.width & ~1;
+  return f.format == 3 && f.info.stride[0] == even && f.info.stride[1] != even / 2;
+}
+
+// The same rows as `f` (given as rows_in, taken before processing) in a
+// dense frame, for a second session to process.
+inline void make_dense(Frame& d, const Frame& f, const std::vector<uint8_t>& rows_in) {
+  Input none(nullptr, 0);
+  d.make(none, f.format, f.width, f.height, true, 0);
+  d.set_pixels(rows_in);
+}
+
+// `f` against the dense frame `d` processed elsewhere; the luma as it came
+// where the layout-3 write-back keeps it.
+inline void check_same_as_dense(const Frame& f, const Frame& d, const std::vector<uint8_t>& rows_in,
+                                int level, const char* what) {
+  std::vector<uint8_t> want = d.pixels();
+  if (keeps_luma(f) && level >= 1) {
+    std::copy(rows_in.begin(), rows_in.begin() + static_cast<long>(f.width) * f.height,
+              want.begin());
+  }
+  const std::vector<uint8_t> got = f.pixels();
+  if (got == want) return;
+  size_t i = 0;
+  while (got[i] == want[i]) ++i;
+  fprintf(stderr, "frame %dx%d, code %d, strides %d %d %d, level %d\n", f.width, f.height, f.format,
+          f.info.stride[0], f.info.stride[1], f.info.stride[2], level);
+  fail(what, static_cast<long long>(i), f.format);
+}
 
 }  // namespace fuzz
 

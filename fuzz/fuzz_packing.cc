@@ -14,15 +14,6 @@
 #include "fuzz_input.h"
 #include "qlsbp/packing.h"
 
-namespace {
-
-size_t dense_size(int fmt, int w, int h) {
-  const size_t n = static_cast<size_t>(w) * static_cast<size_t>(h);
-  return fmt == 4 ? 2 * n : (3 * n) >> 1;
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fuzz::Input in(data, size);
   static const int kFormats[] = {2, 3, 4, 2, 3, 4, 5, -2};
@@ -30,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const int w = in.range(1, 300), h = in.range(1, 300);
   fuzz::Frame f;
   f.make(in, fmt, w, h, false, in.u32());
-  const size_t dn = dense_size(fmt, w, h);
+  const size_t dn = fuzz::dense_size(fmt, w, h);
   qlsbp_test::Guarded dense(dn > 0 ? dn : 1, fuzz::guard_side(), 0x3C);
   const auto before = f.snapshot();
   const std::vector<uint8_t> dense_before(dense.data(), dense.data() + dense.size());

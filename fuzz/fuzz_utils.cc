@@ -29,10 +29,6 @@ namespace {
 
 using qlsbp_test::Guarded;
 
-void fill(std::mt19937& rng, uint8_t* p, size_t n) {
-  for (size_t i = 0; i < n; ++i) p[i] = static_cast<uint8_t>(rng());
-}
-
 void gaussian_filters(fuzz::Input& in, std::mt19937& rng) {
   const int h = in.range(1, 160), w = in.range(1, 160);
   const int ksize = in.range(-1, 65);
@@ -47,7 +43,7 @@ void gaussian_filters(fuzz::Input& in, std::mt19937& rng) {
   }
   const size_t n = static_cast<size_t>(h) * w;
   Guarded img(n, fuzz::guard_side());
-  fill(rng, img.data(), n);
+  fuzz::fill(rng, img.data(), n);
   const unsigned long long handles = variant < 2 ? 14 : 5, records = variant < 2 ? 14 : 10;
   const unsigned long long due = ksize < 1 ? 0
                                            : n + 2ULL * ksize * sizeof(int) +
@@ -83,7 +79,7 @@ void resize(fuzz::Input& in, std::mt19937& rng) {
   }
   const size_t sn = static_cast<size_t>(sh) * sw, dn = static_cast<size_t>(dh) * dw;
   Guarded src(sn, fuzz::guard_side()), dst(dn > 0 ? dn : 1, fuzz::guard_side(), 0xEE);
-  fill(rng, src.data(), sn);
+  fuzz::fill(rng, src.data(), sn);
   const int rc = image_u8_resize(dst.data(), dh, dw, ri.data(), rf.data(), ci.data(), cf.data(),
                                  src.data(), sh, sw);
   if (dn == 0) return;
@@ -132,8 +128,8 @@ void blend_and_masks(fuzz::Input& in, std::mt19937& rng) {
   unsigned short* m = reinterpret_cast<unsigned short*>(mask.data());
   gen_ellipse4(m, in.any_int(), in.any_int(), in.any_int(), in.any_int(), in.any_int() % 200, h, w);
   Guarded a(n, fuzz::guard_side()), b(n, fuzz::guard_side()), out(n, fuzz::guard_side(), 0x11);
-  fill(rng, a.data(), n);
-  fill(rng, b.data(), n);
+  fuzz::fill(rng, a.data(), n);
+  fuzz::fill(rng, b.data(), n);
   img_blend_neon(out.data(), a.data(), b.data(), m, static_cast<int>(n));
   const size_t whole = n - n % 8;
   for (size_t i = 0; i < n; ++i) {
@@ -159,7 +155,7 @@ void conversions(fuzz::Input& in, std::mt19937& rng) {
   {
     Guarded packed(2 * n, fuzz::guard_side()), planes(n + 2 * (n >> 1), fuzz::guard_side()),
         back(2 * n, fuzz::guard_side());
-    fill(rng, packed.data(), 2 * n);
+    fuzz::fill(rng, packed.data(), 2 * n);
     yuyv422_to_y4u2v2(planes.data(), packed.data(), rows, cols);
     y4u2v2_to_yuyv422(back.data(), planes.data(), rows, cols);
     if ((cols & 1) == 0) FUZZ_CHECK(memcmp(back.data(), packed.data(), 2 * n) == 0);
@@ -170,7 +166,7 @@ void conversions(fuzz::Input& in, std::mt19937& rng) {
   {
     Guarded semi(n + 2 * c, fuzz::guard_side()), planes(n + 2 * c, fuzz::guard_side()),
         back(n + 2 * c, fuzz::guard_side()), swapped(n + 2 * c, fuzz::guard_side());
-    fill(rng, semi.data(), n + 2 * c);
+    fuzz::fill(rng, semi.data(), n + 2 * c);
     y4uv20_to_y4u1v1(planes.data(), semi.data(), rows, cols);
     y4u1v1_to_y4uv20(back.data(), planes.data(), rows, cols);
     if (even) FUZZ_CHECK(memcmp(back.data(), semi.data(), n + 2 * c) == 0);
@@ -183,7 +179,7 @@ void conversions(fuzz::Input& in, std::mt19937& rng) {
   if (even) {
     Guarded plane(n, fuzz::guard_side()), half(n / 4, fuzz::guard_side()),
         big(n, fuzz::guard_side());
-    fill(rng, plane.data(), n);
+    fuzz::fill(rng, plane.data(), n);
     downsampleh2v2(half.data(), plane.data(), rows, cols);
     upscalingh2v2(big.data(), half.data(), rows / 2, cols / 2);
   }
@@ -194,24 +190,10 @@ void conversions(fuzz::Input& in, std::mt19937& rng) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fuzz::Input in(data, size);
+  static void (*const kUtilities[])(fuzz::Input&, std::mt19937&) = {
+      gaussian_filters, resize, distance, blend_and_masks, conversions};
   const uint8_t which = in.byte();
   std::mt19937 rng(in.u32());
-  switch (which % 5) {
-    case 0:
-      gaussian_filters(in, rng);
-      break;
-    case 1:
-      resize(in, rng);
-      break;
-    case 2:
-      distance(in, rng);
-      break;
-    case 3:
-      blend_and_masks(in, rng);
-      break;
-    default:
-      conversions(in, rng);
-      break;
-  }
+  kUtilities[which % 5](in, rng);
   return 0;
 }

@@ -11,6 +11,7 @@
 
 #include "common/test_util.h"
 #include "engine/reference/reference_engine.h"
+#include "pipeline_model.h"
 #include "processor/frame_state.h"
 #include "ql_single_bokeh_preview.h"
 #include "qlsbp/mask.h"
@@ -28,10 +29,7 @@ struct Focus {
   int cy, cx, a, b;
 };
 
-size_t dense_bytes(int format, int rows, int cols) {
-  const size_t n = static_cast<size_t>(rows) * cols;
-  return format == 4 ? 2 * n : (3 * n) / 2;
-}
+using model::dense_bytes;
 
 // The frame through the processor; *mask (if given) receives its luma mask.
 std::vector<uint8_t> process(const std::vector<uint8_t>& in, int format, const Focus& f,

@@ -1,77 +1,22 @@
-// Whole frames through the host API, as a camera would hand them: strided
-// planes in their own heap blocks (so the sanitizers see any stray access),
-// every small size, and the preview size at every level.
+// Whole frames through the host API, as a camera would hand them (strided
+// planes in their own heap blocks): every small size, and the preview size
+// at every level.
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <algorithm>
 #include <vector>
 
-#include "common/test_util.h"
+#include "common/frames.h"
 #include "pipeline_model.h"
 #include "ql_single_bokeh_preview.h"
 
 namespace {
 
-constexpr uint8_t kPad = 0xC5;
+using qlsbp_test::TestFrame;
 
-// A caller's frame: each plane its own exact-size allocation, padding bytes
-// at the end of every row filled with kPad.
-struct HostFrame {
-  int format, width, height, pad;
-  std::vector<std::vector<uint8_t>> planes;
-  std::vector<int> strides, row_bytes, rows;
-
-  HostFrame(int fmt, int w, int h, int padding, uint32_t seed)
-      : format(fmt), width(w), height(h), pad(padding) {
-    const int cw = (w + 1) / 2, ch = (h + 1) / 2;
-    if (fmt == 2) add(w, h, seed), add(2 * cw, ch, seed + 1);
-    if (fmt == 3) add(w, h, seed), add(cw, ch, seed + 1), add(cw, ch, seed + 2);
-    if (fmt == 4) add(4 * cw, h, seed);
-  }
-  void add(int bytes, int nrows, uint32_t seed) {
-    const int stride = bytes + pad;
-    auto data = qlsbp_test::random_bytes(static_cast<size_t>(stride) * nrows, seed);
-    for (int r = 0; r < nrows; ++r)
-      for (int c = bytes; c < stride; ++c) data[static_cast<size_t>(r) * stride + c] = kPad;
-    planes.push_back(std::move(data));
-    strides.push_back(stride);
-    row_bytes.push_back(bytes);
-    rows.push_back(nrows);
-  }
-  QL_IMAGEINFO info() {
-    QL_IMAGEINFO im{};
-    im.format = format;
-    im.width = width;
-    im.height = height;
-    for (size_t i = 0; i < planes.size(); ++i) {
-      im.plane[i] = planes[i].data();
-      im.stride[i] = strides[i];
-    }
-    if (format == 3) im.stride[2] = strides[2];
-    return im;
-  }
-  bool padding_intact() const {
-    for (size_t i = 0; i < planes.size(); ++i)
-      for (int r = 0; r < rows[i]; ++r)
-        for (int c = row_bytes[i]; c < strides[i]; ++c)
-          if (planes[i][static_cast<size_t>(r) * strides[i] + c] != kPad) return false;
-    return true;
-  }
-  // The frame as a dense buffer in the processor's layout (even sizes only).
-  std::vector<uint8_t> dense() const {
-    std::vector<uint8_t> out;
-    for (size_t i = 0; i < planes.size(); ++i)
-      for (int r = 0; r < rows[i]; ++r)
-        out.insert(out.end(), planes[i].begin() + static_cast<long>(r) * strides[i],
-                   planes[i].begin() + static_cast<long>(r) * strides[i] + row_bytes[i]);
-    return out;
-  }
-};
-
-void process_once(HostFrame& f, QL_BokehParam p) {
-  QL_IMAGEINFO im = f.info();
-  ASSERT_EQ(0, sb_top_pv_initial(&im));
-  ASSERT_EQ(0, sb_top_pv_processer(&im, &p));
+void process_once(TestFrame& f, QL_BokehParam p) {
+  ASSERT_EQ(0, sb_top_pv_initial(&f.info));
+  ASSERT_EQ(0, sb_top_pv_processer(&f.info, &p));
   ASSERT_EQ(0, sb_top_pv_deinit());
 }
 
@@ -86,18 +31,19 @@ TEST(EntrySweep, EverySmallFrameStaysInsideItsPlanes) {
   for (int format : {2, 3, 4}) {
     for (auto [w, h] : sizes) {
       SCOPED_TRACE(testing::Message() << "format " << format << " " << w << "x" << h);
-      HostFrame f(format, w, h, (w + h) % 3 == 0 ? 0 : 5, seed++);
-      const auto before = f.planes;
+      TestFrame f(format, w, h, (w + h) % 3 == 0 ? 0 : 5, seed++);
+      const TestFrame frame_before = f;
+      const auto& before = frame_before.planes;
       process_once(f, QL_BokehParam{h / 2, w / 2, h / 4, w / 4, 1 + (w + h) % 7, 1 + w % 10});
-      EXPECT_TRUE(f.padding_intact());
+      EXPECT_TRUE(f.padding_as(frame_before));
       // The odd last row and column are left as they came.
       if (format != 4 && (w & 1)) {
         for (int r = 0; r < h; ++r)
-          ASSERT_EQ(before[0][static_cast<size_t>(r) * f.strides[0] + w - 1],
-                    f.planes[0][static_cast<size_t>(r) * f.strides[0] + w - 1]);
+          ASSERT_EQ(before[0][static_cast<size_t>(r) * f.info.stride[0] + w - 1],
+                    f.planes[0][static_cast<size_t>(r) * f.info.stride[0] + w - 1]);
       }
       if (h & 1) {
-        const size_t last = static_cast<size_t>(h - 1) * f.strides[0];
+        const size_t last = static_cast<size_t>(h - 1) * f.info.stride[0];
         ASSERT_TRUE(std::equal(before[0].begin() + last, before[0].end(), f.planes[0].begin() + last));
       }
       if (w < 2 || h < 2) {
@@ -113,10 +59,11 @@ TEST(EntrySweep, PreviewFramesKeepTheFocusAndBlurTheRest) {
   for (int format : {2, 3, 4}) {
     for (int level = 1; level <= 7; ++level) {
       SCOPED_TRACE(testing::Message() << "format " << format << " level " << level);
-      HostFrame f(format, w, h, 64, 7 * level + format);
+      TestFrame f(format, w, h, 64, 7 * level + format);
+      const TestFrame before = f;
       const auto in = f.dense();
       process_once(f, QL_BokehParam{240, 320, 120, 160, level, 3});
-      EXPECT_TRUE(f.padding_intact());
+      EXPECT_TRUE(f.padding_as(before));
       const auto out = f.dense();
       // Band: strength 3 x (480 / 50) = 27 pixels.
       EXPECT_EQ(model::process_frame(in, format, h, w, 240, 320, 120, 160, 27, factors[level]), out);
@@ -136,17 +83,15 @@ TEST(EntrySweep, OneSessionReusesItsStateAcrossFrames) {
   // The same frame twice in one session gives the same pixels both times,
   // and the same as a fresh session: nothing of frame one leaks into two.
   const int w = 96, h = 64;
-  HostFrame a(2, w, h, 8, 5), b(2, w, h, 8, 5), c(2, w, h, 8, 5);
-  QL_BokehParam p{30, 50, 20, 30, 4, 2};
-  QL_IMAGEINFO ia = a.info(), ib = b.info(), ic = c.info();
-  ASSERT_EQ(0, sb_top_pv_initial(&ia));
-  ASSERT_EQ(0, sb_top_pv_processer(&ia, &p));
-  ASSERT_EQ(0, sb_top_pv_processer(&ib, &p));
-  QL_BokehParam other{10, 10, 5, 5, 7, 10};
-  ASSERT_EQ(0, sb_top_pv_processer(&ic, &other));
+  TestFrame a(2, w, h, 8, 5), b(2, w, h, 8, 5), c(2, w, h, 8, 5);
+  QL_BokehParam p{30, 50, 20, 30, 4, 2}, other{10, 10, 5, 5, 7, 10};
+  ASSERT_EQ(0, sb_top_pv_initial(&a.info));
+  ASSERT_EQ(0, sb_top_pv_processer(&a.info, &p));
+  ASSERT_EQ(0, sb_top_pv_processer(&b.info, &p));
+  ASSERT_EQ(0, sb_top_pv_processer(&c.info, &other));
   ASSERT_EQ(0, sb_top_pv_deinit());
   EXPECT_EQ(a.planes, b.planes);
-  HostFrame fresh(2, w, h, 8, 5);
+  TestFrame fresh(2, w, h, 8, 5);
   process_once(fresh, p);
   EXPECT_EQ(a.planes, fresh.planes);
   EXPECT_NE(a.planes, c.planes);

@@ -5,7 +5,7 @@
 #include <pthread.h>
 
 #include <climits>
-
+#include <tuple>
 #include <vector>
 
 #include "common/test_util.h"
@@ -16,6 +16,7 @@
 namespace {
 
 int* params(SBFrameParam* p) { return reinterpret_cast<int*>(p); }
+using Fields = std::tuple<int, int, int, int>;
 
 SBFrameParam preview_param(int focus_row, int focus_col) {
   SBFrameParam p{};
@@ -64,26 +65,25 @@ TEST(FrameViews, PreviewSizesStartAtTheDocumentedOffsets) {
   }
 }
 
-// focusRow equal to the height and focusCol equal to the width are the first
-// values the clamp catches: they become height - 1 and width - 1, and one
-// below stays.
+// The clamp works on the caller's record in place. focusRow equal to the
+// height and focusCol equal to the width are the first values it catches:
+// they become height - 1 and width - 1, and one below stays; axes become at
+// most half the size; negative values pass unchanged. A flat frame stays
+// flat whatever the mask does.
 TEST(FocusClamp, TheFrameSizeItselfIsClampedToTheLastRowAndColumn) {
+  const Fields cases[][2] = {
+      {{48, 64, 24, 32}, {47, 63, 24, 32}},     {{47, 63, 25, 33}, {47, 63, 24, 32}},
+      {{5000, 9000, 400, 700}, {47, 63, 24, 32}}, {{-3, -4, -5, -6}, {-3, -4, -5, -6}},
+  };
   SBData d(48, 64);
-  std::vector<uint8_t> frame = qlsbp_test::random_bytes(48 * 64 * 3 / 2, 3);
-  SBFrameParam p = preview_param(48, 64);
-  p.axisRows = 24, p.axisCols = 32;
-  ASSERT_EQ(0, d.DataProcessor(frame.data(), frame.data(), 48, 64, 64, 2, params(&p), 1.5f));
-  EXPECT_EQ(47, p.focusRow);
-  EXPECT_EQ(63, p.focusCol);
-  EXPECT_EQ(24, p.axisRows);  // equal to half the size: unchanged
-  EXPECT_EQ(32, p.axisCols);
-  p = preview_param(47, 63);
-  p.axisRows = 25, p.axisCols = 33;
-  ASSERT_EQ(0, d.DataProcessor(frame.data(), frame.data(), 48, 64, 64, 2, params(&p), 1.5f));
-  EXPECT_EQ(47, p.focusRow);
-  EXPECT_EQ(63, p.focusCol);
-  EXPECT_EQ(24, p.axisRows);
-  EXPECT_EQ(32, p.axisCols);
+  std::vector<uint8_t> frame(48 * 64 * 3 / 2, 77);
+  for (const auto& c : cases) {
+    SBFrameParam p = preview_param(std::get<0>(c[0]), std::get<1>(c[0]));
+    std::tie(std::ignore, std::ignore, p.axisRows, p.axisCols) = c[0];
+    ASSERT_EQ(0, d.DataProcessor(frame.data(), frame.data(), 48, 64, 64, 2, params(&p), 1.5f));
+    EXPECT_EQ(c[1], Fields(p.focusRow, p.focusCol, p.axisRows, p.axisCols)) << std::get<0>(c[0]);
+  }
+  EXPECT_EQ(std::vector<uint8_t>(frame.size(), 77), frame);
 }
 
 // Through the host API: a focus at (height, width) gives the same bytes as
@@ -107,10 +107,6 @@ TEST(FocusClamp, HostFramesAtTheBoundaryMatchTheLastRowAndColumn) {
   EXPECT_NE(input, out[0]);
   EXPECT_EQ(out[1], out[0]);
 }
-
-}  // namespace
-
-namespace {
 
 // The box method with levels near INT_MAX: every window covers the whole
 // plane, so each pixel of a plane outside the focus becomes the plane's mean

@@ -19,6 +19,12 @@ namespace model {
 
 using Plane = std::vector<uint8_t>;
 
+// Bytes of a dense frame of the layout (2 and 3: 4:2:0, 4: 4:2:2).
+inline size_t dense_bytes(int format, int rows, int cols) {
+  const size_t n = static_cast<size_t>(rows) * cols;
+  return format == 4 ? 2 * n : (3 * n) / 2;
+}
+
 inline int fold(int i, int n) {
   if (n == 1) return 0;
   const int period = 2 * (n - 1);

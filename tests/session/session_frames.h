@@ -1,6 +1,5 @@
-// Frames for the session tests: every plane in its own heap block with
-// optional padding after each row, random content, and helpers to run a
-// sequence through the host API or a session.
+// Helpers for the session tests: changing parameters, the thread count and
+// a session opener.
 #ifndef QLSBP_TESTS_SESSION_SESSION_FRAMES_H_
 #define QLSBP_TESTS_SESSION_SESSION_FRAMES_H_
 
@@ -9,46 +8,10 @@
 #include <cstdint>
 #include <vector>
 
-#include "common/test_util.h"
+#include "common/frames.h"
 #include "ql_single_bokeh_preview.h"
 
 namespace qlsbp_test {
-
-using Bytes = std::vector<uint8_t>;
-
-struct TestFrame {
-  QL_IMAGEINFO info;
-  std::vector<Bytes> planes;
-
-  TestFrame(int format, int w, int h, int pad, uint32_t seed) : info() {
-    info.format = format;
-    info.width = w;
-    info.height = h;
-    const int cw = (w + 1) / 2, ch = (h + 1) / 2;
-    if (format == QL_FORMAT_YUV420_SEMIPLANAR) add(w, h, pad, seed), add(2 * cw, ch, pad, seed + 1);
-    if (format == QL_FORMAT_YUV420_PLANAR) {
-      add(w, h, pad, seed), add(cw, ch, pad, seed + 1), add(cw, ch, pad, seed + 2);
-    }
-    if (format == QL_FORMAT_YUYV422) add(4 * cw, h, pad, seed);
-  }
-  TestFrame(const TestFrame& o) : info(o.info), planes(o.planes) { rebind(); }
-  TestFrame& operator=(const TestFrame& o) {
-    info = o.info;
-    planes = o.planes;
-    rebind();
-    return *this;
-  }
-  void add(int row_bytes, int rows, int pad, uint32_t seed) {
-    const int i = static_cast<int>(planes.size());
-    info.stride[i] = row_bytes + pad;
-    planes.push_back(random_bytes(static_cast<size_t>(row_bytes + pad) * rows, seed));
-    rebind();
-  }
-  void rebind() {
-    for (size_t i = 0; i < planes.size(); ++i) info.plane[i] = planes[i].data();
-  }
-  bool operator==(const TestFrame& o) const { return planes == o.planes; }
-};
 
 // Focus, axes, level and strength that change from frame to frame, with
 // repeats (the mask cache), focus columns equal to the previous level (the

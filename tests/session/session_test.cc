@@ -196,24 +196,27 @@ TEST(SessionRefusals, ARefusedFrameChangesNeitherTheFrameNorTheSession) {
       EXPECT_TRUE(before == f) << "frame " << f_index;
     };
     const TestFrame good(st.format, 64, 48, 2, 1);
-    TestFrame f = good;
-    f.info.format = QL_FORMAT_YUV420_SEMIPLANAR;
-    refuse(QLSBP_ERR_LAYOUT, f, 1);
-    f = good, f.info.format = 9;
-    refuse(QLSBP_ERR_LAYOUT, f, 2);
-    f = good, f.info.width = 66;
-    refuse(QLSBP_ERR_SIZE_MISMATCH, f, 3);
-    f = good, f.info.stride[2] += 1;
-    refuse(QLSBP_ERR_ARGUMENT, f, 4);
-    f = good, f.info.plane[1] = nullptr;
-    refuse(QLSBP_ERR_ARGUMENT, f, 5);
-    f = good, f.info.stride[0] = 63;
-    refuse(QLSBP_ERR_ARGUMENT, f, 6);
-    f = good, f.info.stride[1] = f.info.stride[2] = 31;
-    refuse(QLSBP_ERR_ARGUMENT, f, 7);
+    const struct {
+      int want;
+      void (*spoil)(QL_IMAGEINFO&);
+    } refusals[] = {
+        {QLSBP_ERR_LAYOUT, [](QL_IMAGEINFO& i) { i.format = QL_FORMAT_YUV420_SEMIPLANAR; }},
+        {QLSBP_ERR_LAYOUT, [](QL_IMAGEINFO& i) { i.format = 9; }},
+        {QLSBP_ERR_SIZE_MISMATCH, [](QL_IMAGEINFO& i) { i.width = 66; }},
+        {QLSBP_ERR_ARGUMENT, [](QL_IMAGEINFO& i) { i.stride[2] += 1; }},
+        {QLSBP_ERR_ARGUMENT, [](QL_IMAGEINFO& i) { i.plane[1] = nullptr; }},
+        {QLSBP_ERR_ARGUMENT, [](QL_IMAGEINFO& i) { i.stride[0] = 63; }},
+        {QLSBP_ERR_ARGUMENT, [](QL_IMAGEINFO& i) { i.stride[1] = i.stride[2] = 31; }},
+    };
+    int index = 1;
+    for (const auto& r : refusals) {
+      TestFrame f = good;
+      r.spoil(f.info);
+      refuse(r.want, f, index++);
+    }
     s->busy.store(true);  // as if another thread were inside
-    f = good;
-    refuse(QLSBP_ERR_BUSY, f, 8);
+    TestFrame f = good;
+    refuse(QLSBP_ERR_BUSY, f, index);
     s->busy.store(false);
     EXPECT_EQ(QLSBP_ERR_ARGUMENT, qlsbp_session_process(s, nullptr, nullptr));
 

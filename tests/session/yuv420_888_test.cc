@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "common/test_util.h"
-#include "ql_single_bokeh_preview.h"
+#include "session/session_frames.h"
 
 namespace {
 
@@ -127,12 +127,8 @@ QL_BokehParam params(int frame) {
 }
 
 qlsbp_session* open_session(int format, int w, int h) {
-  QL_IMAGEINFO info = {};
-  info.format = format;
-  info.width = w;
-  info.height = h;
-  qlsbp_session* s = nullptr;
-  EXPECT_EQ(qlsbp_session_open(&s, &info, nullptr), QLSBP_OK);
+  qlsbp_session* s = qlsbp_test::open_session(format, w, h, 2);
+  EXPECT_NE(nullptr, s);
   return s;
 }
 
@@ -140,48 +136,32 @@ qlsbp_session* open_session(int format, int w, int h) {
 // layout, V before U, through qlsbp_session_process. Two frames, so that
 // state kept between frames is covered too.
 std::vector<Samples> reference(int format, const std::vector<Samples>& in) {
-  const int w = in[0].w, h = in[0].h, cw = w / 2, ch = h / 2;
+  const int w = in[0].w, h = in[0].h, n = w * h, q = (w / 2) * (h / 2);
+  const bool nv21 = format == QL_FORMAT_YUV420_SEMIPLANAR;
+  auto v_at = [&](int k) { return static_cast<size_t>(nv21 ? n + 2 * k : n + k); };
+  auto u_at = [&](int k) { return static_cast<size_t>(nv21 ? n + 2 * k + 1 : n + q + k); };
   qlsbp_session* s = open_session(format, w, h);
   std::vector<Samples> out;
   for (size_t i = 0; i < in.size(); ++i) {
     std::vector<uint8_t> dense(in[i].y);
-    if (format == QL_FORMAT_YUV420_SEMIPLANAR) {
-      for (int k = 0; k < cw * ch; ++k) {
-        dense.push_back(in[i].v[k]);
-        dense.push_back(in[i].u[k]);
-      }
-    } else {
-      dense.insert(dense.end(), in[i].v.begin(), in[i].v.end());
-      dense.insert(dense.end(), in[i].u.begin(), in[i].u.end());
-    }
+    dense.resize(static_cast<size_t>(n + 2 * q));
+    for (int k = 0; k < q; ++k) dense[v_at(k)] = in[i].v[k], dense[u_at(k)] = in[i].u[k];
     QL_IMAGEINFO img = {};
-    img.format = format;
-    img.width = w;
-    img.height = h;
-    img.plane[0] = dense.data();
-    img.plane[1] = dense.data() + w * h;
-    img.stride[0] = w;
-    img.stride[1] = format == QL_FORMAT_YUV420_SEMIPLANAR ? w : cw;
-    img.plane[2] = format == QL_FORMAT_YUV420_SEMIPLANAR ? nullptr : img.plane[1] + cw * ch;
-    img.stride[2] = format == QL_FORMAT_YUV420_SEMIPLANAR ? 0 : cw;
+    img.format = format, img.width = w, img.height = h;
+    img.plane[0] = dense.data(), img.stride[0] = w;
+    img.plane[1] = dense.data() + n, img.stride[1] = nv21 ? w : w / 2;
+    if (!nv21) img.plane[2] = dense.data() + n + q, img.stride[2] = w / 2;
     const QL_BokehParam p = params(static_cast<int>(i));
     EXPECT_EQ(qlsbp_session_process(s, &img, &p), QLSBP_OK);
-    Samples r{w, h, std::vector<uint8_t>(dense.begin(), dense.begin() + w * h), {}, {}};
-    for (int k = 0; k < cw * ch; ++k) {
-      const size_t c = static_cast<size_t>(w) * h;
-      if (format == QL_FORMAT_YUV420_SEMIPLANAR) {
-        r.v.push_back(dense[c + 2 * k]);
-        r.u.push_back(dense[c + 2 * k + 1]);
-      } else {
-        r.v.push_back(dense[c + k]);
-        r.u.push_back(dense[c + cw * ch + k]);
-      }
-    }
+    Samples r{w, h, std::vector<uint8_t>(dense.begin(), dense.begin() + n), {}, {}};
+    for (int k = 0; k < q; ++k) r.v.push_back(dense[v_at(k)]), r.u.push_back(dense[u_at(k)]);
     out.push_back(r);
   }
   qlsbp_session_close(s);
   return out;
 }
+
+bool operator==(const Samples& a, const Samples& b) { return a.y == b.y && a.u == b.u && a.v == b.v; }
 
 const Shape kShapes[] = {
     {Chroma::kVU, 0, 0, 0},       {Chroma::kVU, 16, 24, 24},      {Chroma::kUV, 0, 0, 0},
@@ -305,10 +285,7 @@ TEST(CameraFrameProcess, EveryArrangementGivesTheDenseFrameBytes) {
           const std::vector<uint8_t> before = cf.mem;
           const QL_BokehParam p = params(static_cast<int>(i));
           ASSERT_EQ(qlsbp_session_process_yuv420_888(s, &cf.f, &p), QLSBP_OK);
-          const Samples got = read_frame(cf);
-          EXPECT_EQ(got.y, want[i].y);
-          EXPECT_EQ(got.u, want[i].u);
-          EXPECT_EQ(got.v, want[i].v);
+          EXPECT_TRUE(read_frame(cf) == want[i]) << "frame " << i;
           size_t changed = 0;
           for (size_t k = 0; k < cf.mem.size(); ++k) {
             changed += !cf.is_sample[k] && cf.mem[k] != before[k];
@@ -334,12 +311,8 @@ TEST(CameraFrameProcess, ChromaOrderDoesNotShow) {
   for (Samples& s : swapped) s.u.swap(s.v);
   const std::vector<Samples> nv12 = reference(QL_FORMAT_YUV420_SEMIPLANAR, swapped);
   for (size_t i = 0; i < in.size(); ++i) {
-    EXPECT_EQ(nv21[i].y, yv12[i].y);
-    EXPECT_EQ(nv21[i].u, yv12[i].u);
-    EXPECT_EQ(nv21[i].v, yv12[i].v);
-    EXPECT_EQ(nv12[i].y, nv21[i].y);
-    EXPECT_EQ(nv12[i].u, nv21[i].v);
-    EXPECT_EQ(nv12[i].v, nv21[i].u);
+    EXPECT_TRUE(nv21[i] == yv12[i]) << "frame " << i;
+    EXPECT_TRUE((Samples{64, 48, nv12[i].y, nv12[i].v, nv12[i].u} == nv21[i])) << "frame " << i;
   }
 }
 

@@ -464,7 +464,26 @@ void store_group_row(const Group& g, PlaneRows* rows, int half, uint8_t* row, in
   join_yuyv_row(row + 4 * m, uy + 2 * m, uu + m, uv + m, pairs - m);
 }
 
-void run_band(const Group& g, uint8_t* scratch, int first, int end) {
+// Half rows a band reads on either side of itself: the filter's reach, and
+// one more for the enlargement of its last half row.
+constexpr int kHalo = kPreviewReach + 1;
+constexpr int kMinBandRows = 2 * kHalo;
+
+// The band's own half rows, halved just ahead of the vertical pass that
+// reads them: their source rows are then still in cache when the band
+// blends them, a few rows later, and so are the half rows.
+struct HalveAhead {
+  const Group* g;
+  uint8_t* split;  // the band's split rows (packed 4:2:2)
+  int next, end;   // own half rows [next, end) not halved yet
+  void upto(int j) {
+    const int stop = j < end ? j : end;
+    if (next < stop) halve_rows(*g, split, next, stop);
+    if (stop > next) next = stop;
+  }
+};
+
+void run_band(const Group& g, uint8_t* scratch, int first, int end, HalveAhead* ahead) {
   const bool grouped = g.kind != kOnePlane;
   const bool split = g.kind == kPackedYUYV;
   PlaneRows rows[3];
@@ -475,6 +494,8 @@ void run_band(const Group& g, uint8_t* scratch, int first, int end) {
   // serve both; packed 4:2:2 planes each have their own.
   RunCache runs[3];
   const int run_of[3] = {0, g.kind == kChromaUV ? 0 : 1, g.kind == kChromaUV ? 0 : 2};
+  // Half row j reads half rows up to j + reach.
+  ahead->upto(first + kHalo);
   for (int i = 0; i < g.count; ++i) {
     const Plane& p = *g.plane[i];
     blur_half_row(p, rows[i], first, half_row_skip(p, &runs[run_of[i]], first),
@@ -482,6 +503,7 @@ void run_band(const Group& g, uint8_t* scratch, int first, int end) {
   }
   for (int s = first; s < end; ++s) {
     const bool below = s + 1 < g.h;
+    ahead->upto(s + 1 + kHalo);
     for (int i = 0; i < g.count; ++i) {
       const Plane& p = *g.plane[i];
       const PlaneRows& r = rows[i];
@@ -522,11 +544,6 @@ void run_band(const Group& g, uint8_t* scratch, int first, int end) {
 // only rows nobody else halves any more. Bands are at least 2 * kHalo half
 // rows tall, so no row is in two boundaries.
 
-// Half rows a band reads on either side of itself: the filter's reach, and
-// one more for the enlargement of its last half row.
-constexpr int kHalo = kPreviewReach + 1;
-constexpr int kMinBandRows = 2 * kHalo;
-
 enum BoundaryState { kBoundaryFree = 0, kBoundaryBusy = 1, kBoundaryReady = 2 };
 
 // Piece `local` of the group's bands over its h half rows.
@@ -564,10 +581,8 @@ void band_piece(void* ctx, int index) {
   const bool above = local > 0, below = local + 1 < g.pieces;
   if (above) boundary_halved(fr, g, local, split);
   if (below) boundary_halved(fr, g, local + 1, split);
-  const int own_first = above ? first + kHalo : first;
-  const int own_end = below ? end - kHalo : end;
-  if (own_first < own_end) halve_rows(g, split, own_first, own_end);
-  run_band(g, scratch, first, end);
+  HalveAhead ahead{&g, split, above ? first + kHalo : first, below ? end - kHalo : end};
+  run_band(g, scratch, first, end, &ahead);
 }
 
 // Cuts `total` bands among the groups in proportion to their pixels (at

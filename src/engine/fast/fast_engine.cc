@@ -336,7 +336,11 @@ Run half_row_skip(const Plane& p, RunCache* c, int j) {
 void blur_half_row(const Plane& p, const PlaneRows& r, int j, Run skip, uint8_t* out) {
   const int reach = p.ksize >> 1;
   int offsets[kPreviewTaps];
-  for (int k = 0; k < p.ksize; ++k) offsets[k] = gauss_mirror(j - reach + k, p.h) * p.w;
+  if (j >= reach && j + reach < p.h) {
+    for (int k = 0; k < p.ksize; ++k) offsets[k] = (j - reach + k) * p.w;
+  } else {
+    for (int k = 0; k < p.ksize; ++k) offsets[k] = gauss_mirror(j - reach + k, p.h) * p.w;
+  }
   uint8_t* v = r.line + reach;
   const GaussVerticalRowFn vertical = gauss_vertical_row_pick();
   if (skip.a < skip.b) {
@@ -347,9 +351,17 @@ void blur_half_row(const Plane& p, const PlaneRows& r, int j, Run skip, uint8_t*
   } else {
     vertical(v, p.small, offsets, p.kernel, p.ksize, p.w);
   }
-  for (int i = 0; i < reach; ++i) {
-    r.line[i] = v[gauss_mirror(i - reach, p.w)];
-    v[p.w + i] = v[gauss_mirror(p.w + i, p.w)];
+  if (p.w > reach) {
+    // Reflect-101 without folding twice: -d -> d, w - 1 + d -> w - 1 - d.
+    for (int i = 0; i < reach; ++i) {
+      r.line[i] = v[reach - i];
+      v[p.w + i] = v[p.w - 2 - i];
+    }
+  } else {
+    for (int i = 0; i < reach; ++i) {
+      r.line[i] = v[gauss_mirror(i - reach, p.w)];
+      v[p.w + i] = v[gauss_mirror(p.w + i, p.w)];
+    }
   }
   const GaussHorizontalRowFn horizontal = gauss_horizontal_row_pick();
   if (skip.a < skip.b) {

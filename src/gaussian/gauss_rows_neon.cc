@@ -70,7 +70,30 @@ inline uint8x8_t narrow8(int32x4_t a, int32x4_t b) {
   return vmovn_u16(vcombine_u16(na, nb));
 }
 
-template <typename Rows>
+// With every tap multiplied by 64 the same bits, bits 10 .. 17 of the sum,
+// are bits 16 .. 23 of the lane (64 * sum wraps in 32 bits exactly as the
+// sum does below bit 26): the odd 16-bit halves, then their low bytes.
+// That saves the shifts; taps in [-512, 511] stay int16 when scaled.
+constexpr int kScaleShift = 6;
+inline uint16x8_t high_halves(int32x4_t a, int32x4_t b) {
+#if defined(__aarch64__)
+  return vuzp2q_u16(vreinterpretq_u16_s32(a), vreinterpretq_u16_s32(b));
+#else
+  return vuzpq_u16(vreinterpretq_u16_s32(a), vreinterpretq_u16_s32(b)).val[1];
+#endif
+}
+inline uint8x8_t narrow8_scaled(int32x4_t a, int32x4_t b) { return vmovn_u16(high_halves(a, b)); }
+inline uint8x16_t narrow16_scaled(int32x4_t a, int32x4_t b, int32x4_t c, int32x4_t d) {
+  const uint8x16_t ab = vreinterpretq_u8_u16(high_halves(a, b));
+  const uint8x16_t cd = vreinterpretq_u8_u16(high_halves(c, d));
+#if defined(__aarch64__)
+  return vuzp1q_u8(ab, cd);
+#else
+  return vuzpq_u8(ab, cd).val[0];
+#endif
+}
+
+template <bool kScaled, typename Rows>
 inline void block16(uint8_t* dst, const Rows& rows, int x, const Tap* taps, int ksize) {
   const int r = ksize >> 1;
   const uint8x16_t c = vld1q_u8(rows(r, x));
@@ -89,10 +112,11 @@ inline void block16(uint8_t* dst, const Rows& rows, int x, const Tap* taps, int 
     acc2 = mla_lo(acc2, hi, taps[t]);
     acc3 = mla_hi(acc3, hi, taps[t]);
   }
-  vst1q_u8(dst + x, vcombine_u8(narrow8(acc0, acc1), narrow8(acc2, acc3)));
+  vst1q_u8(dst + x, kScaled ? narrow16_scaled(acc0, acc1, acc2, acc3)
+                            : vcombine_u8(narrow8(acc0, acc1), narrow8(acc2, acc3)));
 }
 
-template <typename Rows>
+template <bool kScaled, typename Rows>
 inline void block8(uint8_t* dst, const Rows& rows, int x, const Tap* taps, int ksize) {
   const int r = ksize >> 1;
   const uint16x8_t c = vmovl_u8(vld1_u8(rows(r, x)));
@@ -103,30 +127,41 @@ inline void block8(uint8_t* dst, const Rows& rows, int x, const Tap* taps, int k
     acc0 = mla_lo(acc0, s, taps[t]);
     acc1 = mla_hi(acc1, s, taps[t]);
   }
-  vst1_u8(dst + x, narrow8(acc0, acc1));
+  vst1_u8(dst + x, kScaled ? narrow8_scaled(acc0, acc1) : narrow8(acc0, acc1));
 }
 
 // n >= 8. The last step is moved back to end exactly at n, recomputing a few
 // outputs with the same values, instead of a scalar tail. kTaps != 0 fixes
 // the tap count at compile time so that the term loop unrolls.
-template <int kTaps, typename Rows>
-void pair_rows(uint8_t* dst, const Rows& rows, const int* kernel, int ksize_rt, int n) {
+template <int kTaps, bool kScaled, typename Rows>
+void pair_rows_as(uint8_t* dst, const Rows& rows, const int* kernel, int ksize_rt, int n) {
   const int ksize = kTaps != 0 ? kTaps : ksize_rt;
   Tap taps[kTaps != 0 ? (kTaps >> 1) + 1 : kMaxTerms];
-  for (int t = 0; t <= (ksize >> 1); ++t) taps[t] = make_tap(kernel[t]);
+  for (int t = 0; t <= (ksize >> 1); ++t) {
+    taps[t] = make_tap(kScaled ? kernel[t] * (1 << kScaleShift) : kernel[t]);
+  }
   if (n < 16) {
-    block8(dst, rows, 0, taps, ksize);
-    if (n > 8) block8(dst, rows, n - 8, taps, ksize);
+    block8<kScaled>(dst, rows, 0, taps, ksize);
+    if (n > 8) block8<kScaled>(dst, rows, n - 8, taps, ksize);
     return;
   }
   int x = 0;
-  for (; x + 16 <= n; x += 16) block16(dst, rows, x, taps, ksize);
+  for (; x + 16 <= n; x += 16) block16<kScaled>(dst, rows, x, taps, ksize);
   if (x == n) return;
   if (n - x <= 8) {
-    block8(dst, rows, n - 8, taps, ksize);
+    block8<kScaled>(dst, rows, n - 8, taps, ksize);
   } else {
-    block16(dst, rows, n - 16, taps, ksize);
+    block16<kScaled>(dst, rows, n - 16, taps, ksize);
   }
+}
+
+template <int kTaps, typename Rows>
+void pair_rows(uint8_t* dst, const Rows& rows, const int* kernel, int ksize_rt, int n) {
+  const int ksize = kTaps != 0 ? kTaps : ksize_rt;
+  bool small = true;
+  for (int t = 0; t <= (ksize >> 1); ++t) small = small && kernel[t] >= -512 && kernel[t] <= 511;
+  if (small) return pair_rows_as<kTaps, true>(dst, rows, kernel, ksize_rt, n);
+  pair_rows_as<kTaps, false>(dst, rows, kernel, ksize_rt, n);
 }
 
 // The vertical pass with the tap count fixed: rows as pointers.

@@ -24,6 +24,8 @@ WorkerPool::WorkerPool(int workers) {
          pthread_create(&threads_[started_], nullptr, worker_entry, this) == 0) {
     ++started_;
   }
+  const int processors = online_processors();
+  awake_ = started_ < processors - 1 ? started_ : processors - 1;
 }
 
 WorkerPool::~WorkerPool() {
@@ -99,7 +101,13 @@ void WorkerPool::run(int count, void (*fn)(void* ctx, int index), void* ctx) {
   std::unique_lock<std::mutex> lock(mutex_);
   queue_.push_back(&batch);
   queued_.store(static_cast<int>(queue_.size()), std::memory_order_relaxed);
-  if (started_ > 0) changed_.notify_all();
+  if (awake_ >= started_) {
+    changed_.notify_all();
+  } else {
+    // Another waiter woken instead of a worker (a caller waiting for its
+    // own batch) takes tasks just as well.
+    for (int i = 0; i < awake_ && i < count; ++i) changed_.notify_one();
+  }
   while (batch.done < batch.count) {
     int index = 0;
     Batch* b = take(&batch, &index);

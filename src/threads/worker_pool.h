@@ -33,7 +33,9 @@ class WorkerPool final : public Executor {
   WorkerPool& operator=(const WorkerPool&) = delete;
 
   void run(int count, void (*fn)(void* ctx, int index), void* ctx) override;
-  int concurrency() const override { return started() + 1; }
+  // The calling thread and the workers, but no more than the processors:
+  // more threads than processors make no more progress at once.
+  int concurrency() const override { return awake_ + 1; }
   int started() const { return started_; }
 
  private:
@@ -69,6 +71,11 @@ class WorkerPool final : public Executor {
   // instances from the shared library.
   std::unique_ptr<pthread_t[]> threads_;
   int started_ = 0;
+  // Workers a run wakes: all of them, or one fewer than the processors
+  // when there are fewer processors than threads. A worker woken on a
+  // processor that the others keep busy only takes its first task late and
+  // holds up the end of the run.
+  int awake_ = 0;
 };
 
 }  // namespace qlsbp

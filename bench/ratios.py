@@ -7,7 +7,10 @@ usage: ratios.py RESULTS_JSON
 Every case of qlsbp_bench is named "<stage>/<W>x<H>" and runs its sides
 interleaved; each side reports its per-iteration median in microseconds as
 the counter "<side>_us" (see bench/bench_util.h). With repetitions, the
-median over repetitions is used. Sides: "ours" (a stage), "host" and
+median over repetitions is used. Sides: "ours" (a stage; the
+21-tap filter has three: "exported", the exported function that starts its
+threads per call, "pool", the same filter on a persistent pool of the
+peer's thread count, and "bands", the fast engine's band pass on that pool), "host" and
 "session" (a whole frame through the host API and through a session), "peer"
 (libyuv / OpenCV), "memcpy" (bandwidth reference), and the kernel paths
 "avx2", "sse2", "neon", "scalar" of the "paths_" cases. Ratios below 1 mean
@@ -65,7 +68,7 @@ def main():
             paths.append((stage[len("paths_"):], size, sides))
             continue
         peer = sides.get("peer")
-        for who in ("host", "session", "ours", "memcpy"):
+        for who in ("host", "session", "ours", "exported", "pool", "bands", "memcpy"):
             if who in sides:
                 print("| %s | %s | %s | %s | %s | %s |"
                       % (stage, size, who, ms(sides[who]), ms(peer), ratio(sides[who], peer)))

@@ -11,11 +11,14 @@
 #include <thread>
 
 #include "bench_util.h"
+#include "gaussian/gauss_rows.h"
+#include "gaussian/threaded_filter.h"
 #include "peer.h"
 #include "qlsbp/blur.h"
 #include "qlsbp/convert.h"
 #include "qlsbp/gaussian.h"
 #include "simd/cpu.h"
+#include "threads/worker_pool.h"
 
 #if QLSBP_BENCH_HAVE_LIBYUV
 #include "libyuv/convert_from.h"
@@ -67,9 +70,83 @@ Buffers* gaussian_buffers(PlaneSize s, int level) {
   return b;
 }
 
+// A persistent pool as wide as OpenCV's thread team (the calling thread
+// included), for the filters that take an executor.
+qlsbp::WorkerPool& bench_pool() {
+  static qlsbp::WorkerPool pool(online_processors() - 1);
+  return pool;
+}
+
+// The internal filter behind the exported one, its strips on the pool:
+// same arena, same full-plane temporary, no thread start per call.
+void our_gaussian_pool(Buffers* b, PlaneSize s) {
+  b->mem.used = 0;
+  gaussian_filter_int_image(b->a.data(), s.height, s.width, kTaps, b->taps.data(), &b->mem,
+                            GaussianFilterKind::k21x21, bench_pool());
+}
+
+// The fast engine's band pass: per output row the vertical pass over the
+// non-zero taps into a line with reflected ends, then the horizontal pass
+// (as the engine does it for a half plane, without its sharp-run skip),
+// rows cut into a few bands per worker of the pool.
+struct BandGaussian {
+  const uint8_t* src;
+  uint8_t* dst;
+  PlaneSize s;
+  int ksize;
+  int kernel[kTaps];
+  int bands;
+  std::vector<uint8_t> lines;  // one line per band
+  size_t line_bytes;
+};
+
+void band_gaussian_piece(void* ctx, int index) {
+  BandGaussian* g = static_cast<BandGaussian*>(ctx);
+  const int w = g->s.width, h = g->s.height, reach = g->ksize >> 1;
+  const int first = h * index / g->bands, end = h * (index + 1) / g->bands;
+  uint8_t* line = g->lines.data() + g->line_bytes * static_cast<size_t>(index);
+  uint8_t* v = line + reach;
+  const GaussVerticalRowFn vertical = gauss_vertical_row_pick();
+  const GaussHorizontalRowFn horizontal = gauss_horizontal_row_pick();
+  int offsets[kTaps];
+  for (int j = first; j < end; ++j) {
+    for (int k = 0; k < g->ksize; ++k) offsets[k] = gauss_mirror(j - reach + k, h) * w;
+    vertical(v, g->src, offsets, g->kernel, g->ksize, w);
+    for (int i = 0; i < reach; ++i) {
+      line[i] = v[gauss_mirror(i - reach, w)];
+      v[w + i] = v[gauss_mirror(w + i, w)];
+    }
+    horizontal(g->dst + static_cast<size_t>(j) * w, line, g->kernel, g->ksize, w);
+  }
+}
+
+BandGaussian* band_gaussian_setup(Buffers* b, PlaneSize s) {
+  static std::unique_ptr<BandGaussian> keep;
+  keep = std::make_unique<BandGaussian>();
+  BandGaussian* g = keep.get();
+  g->src = b->a.data();
+  g->dst = b->d.data();
+  g->s = s;
+  const int z = gauss_zero_outer_taps(b->taps.data(), kTaps);
+  g->ksize = kTaps - 2 * z;
+  for (int k = 0; k < g->ksize; ++k) g->kernel[k] = b->taps[z + k];
+  g->bands = 3 * bench_pool().concurrency();
+  g->line_bytes = (static_cast<size_t>(s.width) + kTaps + 63) & ~static_cast<size_t>(63);
+  g->lines.assign(g->line_bytes * g->bands, 0);
+  return g;
+}
+
 std::vector<Side> gaussian_sides(benchmark::State&, int level) {
   Buffers* b = gaussian_buffers(kHalf, level);
-  std::vector<Side> sides = {{"ours", [b] { our_gaussian(b, kHalf); }}};
+  b->d.assign(static_cast<size_t>(kHalf.width) * kHalf.height, 0);
+  BandGaussian* g = band_gaussian_setup(b, kHalf);
+  // "exported": the exported filter, which starts its strip threads in every
+  // call; "pool": the same filter on a persistent pool of OpenCV's width;
+  // "bands": the fast engine's pass on that pool.
+  std::vector<Side> sides = {
+      {"exported", [b] { our_gaussian(b, kHalf); }},
+      {"pool", [b] { our_gaussian_pool(b, kHalf); }},
+      {"bands", [g] { bench_pool().run(g->bands, band_gaussian_piece, g); }}};
 #if QLSBP_BENCH_HAVE_PEER
   sides.push_back({"peer", [b, level] {
                      peer_gaussian(b->b.data(), b->c.data(), kHalf.width, kHalf.height,

@@ -29,7 +29,8 @@ void downsample2x2_uv_row_neon(uint8_t* dst_even, uint8_t* dst_odd, const uint8_
 // 2x bilinear enlargement of source row s0 with s1 below it into the output
 // rows d0 and d1 (2 x width bytes each), round half up; the right column is
 // replicated. With s1 == s0 the result is the horizontal interpolation of s0
-// in both output rows.
+// in both output rows. The output rows must not overlap the source rows (the
+// vector twins may write some outputs twice).
 void upscale2x_row_c(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8_t* s1, int width);
 void upscale2x_row_sse2(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8_t* s1, int width);
 void upscale2x_row_neon(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8_t* s1, int width);

@@ -39,10 +39,7 @@ void downsample2x2_uv_row_neon(uint8_t* dst_even, uint8_t* dst_odd, const uint8_
 }
 
 void upscale2x_row_neon(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8_t* s1, int width) {
-  int x = 0;
-  // Each step reads pixels x .. x + 16, so it needs a right neighbour for all
-  // sixteen; the right column is left to the scalar kernel.
-  for (; x + 17 <= width; x += 16) {
+  auto step = [&](int x) {
     const uint8x16_t a = vld1q_u8(s0 + x), b = vld1q_u8(s0 + x + 1);
     const uint8x16_t c = vld1q_u8(s1 + x), d = vld1q_u8(s1 + x + 1);
     const uint16x8_t sum_lo = vaddq_u16(vaddl_u8(vget_low_u8(a), vget_low_u8(b)),
@@ -57,6 +54,16 @@ void upscale2x_row_neon(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8
     bottom.val[1] = vcombine_u8(vrshrn_n_u16(sum_lo, 2), vrshrn_n_u16(sum_hi, 2));
     vst2q_u8(d0 + 2 * x, top);
     vst2q_u8(d1 + 2 * x, bottom);
+  };
+  int x = 0;
+  // Each step reads pixels x .. x + 16, so it needs a right neighbour for all
+  // sixteen; the right column is left to the scalar kernel. A row that does
+  // not end on a step gets one more step moved back to end at the right
+  // column (rewriting some outputs with the same values).
+  for (; x + 17 <= width; x += 16) step(x);
+  if (x + 1 < width && width >= 17) {
+    step(width - 17);
+    x = width - 1;
   }
   upscale2x_row_c(d0 + 2 * x, d1 + 2 * x, s0 + x, s1 + x, width - x);
 }

@@ -80,10 +80,7 @@ void downsample2x2_uv_row_sse2(uint8_t* dst_even, uint8_t* dst_odd, const uint8_
 
 void upscale2x_row_sse2(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8_t* s1, int width) {
   const __m128i zero = _mm_setzero_si128();
-  int x = 0;
-  // Each step reads pixels x .. x + 16, so it needs a right neighbour for all
-  // sixteen; the right column is left to the scalar kernel.
-  for (; x + 17 <= width; x += 16) {
+  auto step = [&](int x) {
     const __m128i a = load(s0 + x), b = load(s0 + x + 1);
     const __m128i c = load(s1 + x), d = load(s1 + x + 1);
     const __m128i h = _mm_avg_epu8(a, b);
@@ -99,6 +96,16 @@ void upscale2x_row_sse2(uint8_t* d0, uint8_t* d1, const uint8_t* s0, const uint8
     store(d0 + 2 * x + 16, _mm_unpackhi_epi8(a, h));
     store(d1 + 2 * x, _mm_unpacklo_epi8(v, q));
     store(d1 + 2 * x + 16, _mm_unpackhi_epi8(v, q));
+  };
+  int x = 0;
+  // Each step reads pixels x .. x + 16, so it needs a right neighbour for all
+  // sixteen; the right column is left to the scalar kernel. A row that does
+  // not end on a step gets one more step moved back to end at the right
+  // column (rewriting some outputs with the same values).
+  for (; x + 17 <= width; x += 16) step(x);
+  if (x + 1 < width && width >= 17) {
+    step(width - 17);
+    x = width - 1;
   }
   upscale2x_row_c(d0 + 2 * x, d1 + 2 * x, s0 + x, s1 + x, width - x);
 }

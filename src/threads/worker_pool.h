@@ -11,6 +11,7 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -32,7 +33,9 @@ class WorkerPool final : public Executor {
   WorkerPool& operator=(const WorkerPool&) = delete;
 
   void run(int count, void (*fn)(void* ctx, int index), void* ctx) override;
-  int concurrency() const override { return started() + 1; }
+  // The calling thread and the workers, but no more than the processors:
+  // more threads than processors make no more progress at once.
+  int concurrency() const override { return awake_ + 1; }
   int started() const { return started_; }
 
  private:
@@ -40,8 +43,8 @@ class WorkerPool final : public Executor {
     void (*fn)(void*, int);
     void* ctx;
     int count;
-    int next;  // first index nobody has taken yet
-    int done;  // tasks finished
+    int next;               // first index nobody has taken yet
+    std::atomic<int> done;  // tasks finished (written with the lock held)
   };
 
   static void* worker_entry(void* self);
@@ -51,17 +54,28 @@ class WorkerPool final : public Executor {
   Batch* take(Batch* b, int* index);
   // Runs task `index` of `b` without the lock, then records it as done.
   void execute(std::unique_lock<std::mutex>& lock, Batch* b, int index);
+  // With the lock held, nothing left to take and `b` not finished: waits
+  // until b finishes or a task is queued, first for a moment without the
+  // lock (a batch's last task, running on a worker, usually ends within it,
+  // and a woken thread takes far longer to run again), then asleep.
+  void await(std::unique_lock<std::mutex>& lock, Batch* b);
 
   std::mutex mutex_;
   // One condition for both events (new tasks, a finished batch): waiting
   // callers are also helpers, so both kinds of waiter want both events.
   std::condition_variable changed_;
-  std::vector<Batch*> queue_;  // batches that still have untaken tasks
+  std::vector<Batch*> queue_;   // batches that still have untaken tasks
+  std::atomic<int> queued_{0};  // queue_.size(), readable without the lock
   bool stopping_ = false;
   // A plain array: a std::vector of handles would export its template
   // instances from the shared library.
   std::unique_ptr<pthread_t[]> threads_;
   int started_ = 0;
+  // Workers a run wakes: all of them, or one fewer than the processors
+  // when there are fewer processors than threads. A worker woken on a
+  // processor that the others keep busy only takes its first task late and
+  // holds up the end of the run.
+  int awake_ = 0;
 };
 
 }  // namespace qlsbp

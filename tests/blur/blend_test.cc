@@ -167,7 +167,7 @@ TEST(WeightRuns, CountEqualWeightsFromEitherEnd) {
     const WeightRunFn forward = weight_run_forward_pick();
     const WeightRunFn backward = weight_run_backward_pick();
     for (uint16_t v : {uint16_t{0}, uint16_t{1024}}) {
-      for (int n : {0, 1, 7, 15, 16, 17, 31, 33, 70}) {
+      for (int n : {0, 1, 7, 15, 16, 17, 31, 33, 63, 64, 65, 70, 129, 200}) {
         for (int other = -1; other < n; ++other) {
           Weights w(n + 3, v);
           if (other >= 0) w[1 + other] = static_cast<uint16_t>(v ^ (other % 3 == 0 ? 1 : 0x8400));

@@ -66,7 +66,9 @@ TEST(Executor, NestedRunsRunEveryTaskExactlyOnce) {
     SCOPED_TRACE(workers);
     qlsbp::WorkerPool pool(workers);
     ASSERT_EQ(workers, pool.started());
-    EXPECT_EQ(workers + 1, pool.concurrency());
+    // No more than the processors make progress at once.
+    const int processors = qlsbp::online_processors();
+    EXPECT_EQ(workers + 1 < processors ? workers + 1 : processors, pool.concurrency());
     for (int round = 0; round < 20; ++round) run_nest(pool);
   }
 }

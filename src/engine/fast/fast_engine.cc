@@ -1,5 +1,5 @@
-// The fast engine: halve every plane, then blur, enlarge and blend in row
-// bands straight into the caller's planes.
+// The fast engine: in row bands, halve, blur, enlarge and blend straight
+// into the caller's planes.
 //
 // Why the bytes equal the reference engine's:
 //  - halving, enlarging and blending use the same row kernels as the
@@ -18,10 +18,13 @@
 //    values that only such sharp pixels would read are not computed.
 #include "engine/fast/fast_engine.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <new>
+#include <thread>
 
 #include "blur/blur_rows.h"
 #include "convert/convert_rows.h"
@@ -70,9 +73,11 @@ struct Group {
   int count;         // planes in the group
   Plane* plane[3];
   int H, h;
-  int pieces1, pieces2;       // halving chunks, band count
-  size_t scratch1, scratch2;  // bytes per chunk, per band
-  size_t offset1, offset2;    // of the group's first chunk, band in the scratch
+  int pieces;       // bands
+  int first_piece;  // the flat index of the group's first band
+  size_t scratch;   // bytes per band
+  size_t offset;    // of the group's first band in the scratch
+  size_t split_at;  // where a band's split rows for the halving start
 };
 
 // At most 64 workers are assumed; each group gets at most its share of
@@ -85,6 +90,8 @@ struct Frame {
   Group groups[3];
   int group_count;
   uint8_t* scratch;
+  // Per band, the state of the boundary above it (see "One run per frame").
+  std::atomic<int> boundary[kMaxPieces];
   // Piece index -> group and piece within it, for the executor's flat index.
   int piece_group[kMaxPieces];
   int piece_local[kMaxPieces];
@@ -161,7 +168,7 @@ void add_group(Frame* fr, GroupKind kind, uint8_t* base, int stride, int count, 
   g.h = a->h;
 }
 
-// ---- Phase 1: halve every plane into its task's scratch plane ------------
+// ---- Halving: caller rows into the task's scratch plane -----------------
 
 void halve_rows(const Group& g, uint8_t* scratch, int first, int end) {
   for (int j = first; j < end; ++j) {
@@ -198,7 +205,7 @@ void halve_rows(const Group& g, uint8_t* scratch, int first, int end) {
   }
 }
 
-// ---- Phase 2: per band, blur, enlarge and blend row by row ----------------
+// ---- Per band: blur, enlarge and blend row by row -------------------------
 
 // A band's working rows of one plane.
 struct PlaneRows {
@@ -329,7 +336,11 @@ Run half_row_skip(const Plane& p, RunCache* c, int j) {
 void blur_half_row(const Plane& p, const PlaneRows& r, int j, Run skip, uint8_t* out) {
   const int reach = p.ksize >> 1;
   int offsets[kPreviewTaps];
-  for (int k = 0; k < p.ksize; ++k) offsets[k] = gauss_mirror(j - reach + k, p.h) * p.w;
+  if (j >= reach && j + reach < p.h) {
+    for (int k = 0; k < p.ksize; ++k) offsets[k] = (j - reach + k) * p.w;
+  } else {
+    for (int k = 0; k < p.ksize; ++k) offsets[k] = gauss_mirror(j - reach + k, p.h) * p.w;
+  }
   uint8_t* v = r.line + reach;
   const GaussVerticalRowFn vertical = gauss_vertical_row_pick();
   if (skip.a < skip.b) {
@@ -340,9 +351,17 @@ void blur_half_row(const Plane& p, const PlaneRows& r, int j, Run skip, uint8_t*
   } else {
     vertical(v, p.small, offsets, p.kernel, p.ksize, p.w);
   }
-  for (int i = 0; i < reach; ++i) {
-    r.line[i] = v[gauss_mirror(i - reach, p.w)];
-    v[p.w + i] = v[gauss_mirror(p.w + i, p.w)];
+  if (p.w > reach) {
+    // Reflect-101 without folding twice: -d -> d, w - 1 + d -> w - 1 - d.
+    for (int i = 0; i < reach; ++i) {
+      r.line[i] = v[reach - i];
+      v[p.w + i] = v[p.w - 2 - i];
+    }
+  } else {
+    for (int i = 0; i < reach; ++i) {
+      r.line[i] = v[gauss_mirror(i - reach, p.w)];
+      v[p.w + i] = v[gauss_mirror(p.w + i, p.w)];
+    }
   }
   const GaussHorizontalRowFn horizontal = gauss_horizontal_row_pick();
   if (skip.a < skip.b) {
@@ -457,7 +476,26 @@ void store_group_row(const Group& g, PlaneRows* rows, int half, uint8_t* row, in
   join_yuyv_row(row + 4 * m, uy + 2 * m, uu + m, uv + m, pairs - m);
 }
 
-void run_band(const Group& g, uint8_t* scratch, int first, int end) {
+// Half rows a band reads on either side of itself: the filter's reach, and
+// one more for the enlargement of its last half row.
+constexpr int kHalo = kPreviewReach + 1;
+constexpr int kMinBandRows = 2 * kHalo;
+
+// The band's own half rows, halved just ahead of the vertical pass that
+// reads them: their source rows are then still in cache when the band
+// blends them, a few rows later, and so are the half rows.
+struct HalveAhead {
+  const Group* g;
+  uint8_t* split;  // the band's split rows (packed 4:2:2)
+  int next, end;   // own half rows [next, end) not halved yet
+  void upto(int j) {
+    const int stop = j < end ? j : end;
+    if (next < stop) halve_rows(*g, split, next, stop);
+    if (stop > next) next = stop;
+  }
+};
+
+void run_band(const Group& g, uint8_t* scratch, int first, int end, HalveAhead* ahead) {
   const bool grouped = g.kind != kOnePlane;
   const bool split = g.kind == kPackedYUYV;
   PlaneRows rows[3];
@@ -468,6 +506,8 @@ void run_band(const Group& g, uint8_t* scratch, int first, int end) {
   // serve both; packed 4:2:2 planes each have their own.
   RunCache runs[3];
   const int run_of[3] = {0, g.kind == kChromaUV ? 0 : 1, g.kind == kChromaUV ? 0 : 2};
+  // Half row j reads half rows up to j + reach.
+  ahead->upto(first + kHalo);
   for (int i = 0; i < g.count; ++i) {
     const Plane& p = *g.plane[i];
     blur_half_row(p, rows[i], first, half_row_skip(p, &runs[run_of[i]], first),
@@ -475,6 +515,7 @@ void run_band(const Group& g, uint8_t* scratch, int first, int end) {
   }
   for (int s = first; s < end; ++s) {
     const bool below = s + 1 < g.h;
+    ahead->upto(s + 1 + kHalo);
     for (int i = 0; i < g.count; ++i) {
       const Plane& p = *g.plane[i];
       const PlaneRows& r = rows[i];
@@ -498,19 +539,46 @@ void run_band(const Group& g, uint8_t* scratch, int first, int end) {
   }
 }
 
-// Piece `local` of `pieces` over the group's h half rows.
-void piece_rows(const Group& g, int pieces, int local, int* first, int* end) {
-  *first = static_cast<int>(static_cast<long long>(g.h) * local / pieces);
-  *end = static_cast<int>(static_cast<long long>(g.h) * (local + 1) / pieces);
+// ---- One run per frame ---------------------------------------------------
+//
+// Each band halves the source rows of its own half rows and then blurs and
+// blends them in place, all in one parallel run: the halved rows are still
+// in cache when the vertical pass reads them, and the workers are woken once
+// per frame. The hazard is at the boundaries between bands: the vertical
+// pass and the enlargement of a band read up to kHalo half rows of the band
+// beside it, whose source rows that band overwrites when it blends. So the
+// kHalo half rows on either side of a boundary are halved by whichever of
+// the two bands gets there first, before either of them writes a row: the
+// first one claims the boundary and halves, the other waits for it (the
+// claimer is running and halves a few rows, so the wait is short and cannot
+// be on a band that has not started). Every band then finds all the half
+// rows it reads halved before it writes its first caller row, and writes
+// only rows nobody else halves any more. Bands are at least 2 * kHalo half
+// rows tall, so no row is in two boundaries.
+
+enum BoundaryState { kBoundaryFree = 0, kBoundaryBusy = 1, kBoundaryReady = 2 };
+
+// Piece `local` of the group's bands over its h half rows.
+void piece_rows(const Group& g, int local, int* first, int* end) {
+  *first = static_cast<int>(static_cast<long long>(g.h) * local / g.pieces);
+  *end = static_cast<int>(static_cast<long long>(g.h) * (local + 1) / g.pieces);
 }
 
-void halve_piece(void* ctx, int index) {
-  Frame* fr = static_cast<Frame*>(ctx);
-  const Group& g = fr->groups[fr->piece_group[index]];
-  const int local = fr->piece_local[index];
-  int first, end;
-  piece_rows(g, g.pieces1, local, &first, &end);
-  halve_rows(g, fr->scratch + g.offset1 + g.scratch1 * local, first, end);
+// Makes sure the half rows around the top of band `local` (local > 0) are
+// halved.
+void boundary_halved(Frame* fr, const Group& g, int local, uint8_t* split) {
+  std::atomic<int>& state = fr->boundary[g.first_piece + local];
+  int expected = kBoundaryFree;
+  if (state.compare_exchange_strong(expected, kBoundaryBusy, std::memory_order_acquire)) {
+    int at, unused;
+    piece_rows(g, local, &at, &unused);
+    halve_rows(g, split, at - kHalo, at + kHalo < g.h ? at + kHalo : g.h);
+    state.store(kBoundaryReady, std::memory_order_release);
+    return;
+  }
+  for (int spins = 0; state.load(std::memory_order_acquire) != kBoundaryReady; ++spins) {
+    if (spins >= 64) std::this_thread::yield();
+  }
 }
 
 void band_piece(void* ctx, int index) {
@@ -518,13 +586,21 @@ void band_piece(void* ctx, int index) {
   const Group& g = fr->groups[fr->piece_group[index]];
   const int local = fr->piece_local[index];
   int first, end;
-  piece_rows(g, g.pieces2, local, &first, &end);
-  if (first < end) run_band(g, fr->scratch + g.offset2 + g.scratch2 * local, first, end);
+  piece_rows(g, local, &first, &end);
+  if (first >= end) return;
+  uint8_t* scratch = fr->scratch + g.offset + g.scratch * local;
+  uint8_t* split = scratch + g.split_at;
+  const bool above = local > 0, below = local + 1 < g.pieces;
+  if (above) boundary_halved(fr, g, local, split);
+  if (below) boundary_halved(fr, g, local + 1, split);
+  HalveAhead ahead{&g, split, above ? first + kHalo : first, below ? end - kHalo : end};
+  run_band(g, scratch, first, end, &ahead);
 }
 
-// Cuts `total` pieces among the groups in proportion to their pixels (at
-// least one each, at most one per half row) and lays out their scratch.
-void plan_pieces(Frame* fr, int total, bool second_phase, size_t* bytes) {
+// Cuts `total` bands among the groups in proportion to their pixels (at
+// least one each, none shorter than kMinBandRows half rows unless alone)
+// and lays out their scratch.
+size_t plan_pieces(Frame* fr, int total) {
   long long all = 0;
   long long weight[3];
   for (int i = 0; i < fr->group_count; ++i) {
@@ -538,32 +614,28 @@ void plan_pieces(Frame* fr, int total, bool second_phase, size_t* bytes) {
   for (int i = 0; i < fr->group_count; ++i) {
     Group& g = fr->groups[i];
     long long n = all > 0 ? (static_cast<long long>(total) * weight[i] + all / 2) / all : 1;
+    if (n > g.h / kMinBandRows) n = g.h / kMinBandRows;
     if (n < 1) n = 1;
-    if (n > g.h) n = g.h;
-    const int pieces = static_cast<int>(n);
     const bool split = g.kind == kPackedYUYV;
-    size_t per = 0;
+    size_t band = 0, halving = 0;
     for (int k = 0; k < g.count; ++k) {
-      per += second_phase ? plane_band_bytes(*g.plane[k], split)
-                          : (split ? 2 * align_up(static_cast<size_t>(g.plane[k]->W)) : 0);
+      band += plane_band_bytes(*g.plane[k], split);
+      if (split) halving += 2 * align_up(static_cast<size_t>(g.plane[k]->W));
     }
-    if (second_phase) {
-      g.pieces2 = pieces;
-      g.scratch2 = per;
-      g.offset2 = offset;
-    } else {
-      g.pieces1 = pieces;
-      g.scratch1 = per;
-      g.offset1 = offset;
-    }
-    offset += per * static_cast<size_t>(pieces);
-    for (int p = 0; p < pieces; ++p) {
+    g.pieces = static_cast<int>(n);
+    g.first_piece = fr->piece_count;
+    g.split_at = band;
+    g.scratch = band + halving;
+    g.offset = offset;
+    offset += g.scratch * static_cast<size_t>(g.pieces);
+    for (int p = 0; p < g.pieces; ++p) {
+      fr->boundary[fr->piece_count].store(kBoundaryFree, std::memory_order_relaxed);
       fr->piece_group[fr->piece_count] = i;
       fr->piece_local[fr->piece_count] = p;
       ++fr->piece_count;
     }
   }
-  *bytes = offset;
+  return offset;
 }
 
 }  // namespace
@@ -576,7 +648,7 @@ int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex,
   const int cols = d->cols;
   const size_t n = static_cast<size_t>(rows) * static_cast<size_t>(cols);
 
-  Frame* fr = static_cast<Frame*>(calloc(1, sizeof(Frame)));
+  Frame* fr = new (std::nothrow) Frame();
   if (fr == nullptr) return kFastEngineUseReference;
   Plane* luma = &fr->planes[0];
   Plane* first = &fr->planes[1];
@@ -589,7 +661,7 @@ int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex,
             take_task(d, 1, chroma_rows, cols >> 1, n, first) &&
             take_task(d, 2, chroma_rows, cols >> 1, second_at, second);
   if (!ok) {
-    free(fr);
+    delete fr;
     return kFastEngineUseReference;
   }
 
@@ -602,13 +674,13 @@ int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex,
   const int* s = frame->stride;
   if (code == kPacked422) {
     if (first->mask != second->mask) {
-      free(fr);
+      delete fr;
       return kFastEngineUseReference;
     }
     add_group(fr, kPackedYUYV, p[0], s[0], 3, luma, first, second);
   } else if (code == kSemiPlanar420) {
     if (first->mask != second->mask) {
-      free(fr);
+      delete fr;
       return kFastEngineUseReference;
     }
     add_group(fr, kOnePlane, p[0], s[0], 1, luma, nullptr, nullptr);
@@ -637,29 +709,23 @@ int fast_engine_run(SBData* d, QL_IMAGEINFO* frame, qlsbp::Executor& ex,
   const int total = wanted > 1 ? static_cast<int>(wanted) : 1;
   qlsbp::SerialExecutor here;
   qlsbp::Executor& run_on = total > 1 ? ex : here;
-  size_t bytes1 = 0, bytes2 = 0;
-  plan_pieces(fr, total, false, &bytes1);
-  plan_pieces(fr, total, true, &bytes2);
-  const size_t need = (bytes1 > bytes2 ? bytes1 : bytes2) + kScratchAlign;
+  const size_t need = plan_pieces(fr, total) + kScratchAlign;
   // The processor's planar output block is free scratch on this path.
   uint8_t* own = nullptr;
   uint8_t* block = d->planarOut;
   if (need > 3 * n) {
     own = static_cast<uint8_t*>(malloc(need));
     if (own == nullptr) {
-      free(fr);
+      delete fr;
       return kFastEngineUseReference;
     }
     block = own;
   }
   fr->scratch = reinterpret_cast<uint8_t*>(align_up(reinterpret_cast<uintptr_t>(block)));
 
-  plan_pieces(fr, total, false, &bytes1);
-  run_on.run(fr->piece_count, halve_piece, fr);
-  plan_pieces(fr, total, true, &bytes2);
   run_on.run(fr->piece_count, band_piece, fr);
 
   free(own);
-  free(fr);
+  delete fr;
   return kFastEngineDone;
 }

@@ -5,10 +5,10 @@
 // three planes, blurs each plane at half resolution with 21 taps through a
 // full-plane temporary image, enlarges it, blends it under the mask, joins
 // the planes and unpacks them again. This engine reads the caller's planes
-// directly: phase 1 halves every plane into the processor's quarter-size
-// scratch planes (splitting interleaved samples on the way); phase 2 cuts
-// the output rows into bands, and each band runs the vertical pass, the
-// horizontal pass, the enlargement and the blend row by row, so that a
+// directly: it cuts the rows of every plane into bands, and each band halves
+// the source rows it needs into the processor's quarter-size scratch planes
+// (splitting interleaved samples on the way), then runs the vertical pass,
+// the horizontal pass, the enlargement and the blend row by row, so that a
 // band's working rows stay in cache, and stores the blended rows back in the
 // caller's layout, blending interleaved samples in place. Only the non-zero
 // taps of the level's kernel are applied; sums stay exact, so the bytes are
@@ -47,7 +47,9 @@ enum FastEngineResult {
 // suggests, but none smaller than `min_piece_pixels` pixels of all planes
 // together; a frame with work for one piece only runs on the calling thread
 // (starting a thread would cost more than it saves). Tests pass 1 to cut
-// small frames as finely as large ones.
+// small frames as finely as large ones. The pieces run in one ex.run() call;
+// a piece may wait a moment for another piece that is running (never for
+// one that has not started), so any executor that runs every piece works.
 //
 // Returns kFastEngineUseReference, before touching the planes, for:
 //  - task records that do not fit this frame's layout (stale records from a

@@ -197,7 +197,7 @@ std::vector<Side> blend_sides(benchmark::State&) {
   Buffers* b = frame_buffers();
   const int n = kFrame.width * kFrame.height;
   return {
-      {"ours", [b, n] { img_blend_neon(b->b.data(), b->b.data(), b->a.data(), b->w.data(), n); }},
+      {"ours", [b] { img_blend_neon(b->b.data(), b->b.data(), b->a.data(), b->w.data(), n); }},
       {"peer", [b] {
          peer_blend(b->d.data(), kFrame.width, b->d.data(), kFrame.width, b->c.data(), kFrame.width,
                     b->w.data(), kFrame.width, kFrame.height);
@@ -262,7 +262,7 @@ std::vector<Side> convert_sides(benchmark::State&, Conversion which) {
 std::vector<Side> memcpy_sides(benchmark::State&) {
   Buffers* b = frame_buffers();
   const size_t bytes = static_cast<size_t>(kFrame.width) * kFrame.height * 3 / 2;
-  return {{"memcpy", [b, bytes] { std::memcpy(b->b.data(), b->a.data(), bytes); }}};
+  return {{"memcpy", [b] { std::memcpy(b->b.data(), b->a.data(), bytes); }}};
 }
 
 // Our kernel paths: the same work once per path this CPU has, with the
@@ -337,7 +337,7 @@ void register_path_benchmarks() {
     Buffers* b = frame_buffers();
     const int n = kFrame.width * kFrame.height;
     return path_sides(
-        [b, n] { img_blend_neon(b->b.data(), b->b.data(), b->a.data(), b->w.data(), n); });
+        [b] { img_blend_neon(b->b.data(), b->b.data(), b->a.data(), b->w.data(), n); });
   });
   register_interleaved("paths_yuyv_to_planes" + frame, [](benchmark::State&) {
     Buffers* b = frame_buffers();

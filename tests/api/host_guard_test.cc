@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <climits>
+#include <chrono>
 #include <thread>
 #include <vector>
 
@@ -101,8 +102,11 @@ TEST(HostLayouts, AFrameOfAnotherLayoutPassesAndLeavesTheSessionAsItWas) {
 }
 
 // Two camera threads hammering the host API while a third closes and opens
-// the session: nothing crashes, every frame is either processed exactly as
-// alone or returned byte for byte unchanged, and both kinds happen.
+// the session: nothing crashes, and every frame is either processed exactly
+// as alone or returned byte for byte unchanged. How many of each depends on
+// the scheduler (under qemu the cycler can keep the session closed for a
+// whole run), so the count is not asserted; a frame after the storm must be
+// processed again.
 TEST(HostThreads, UnserialisedCallsProcessOrPassButNeverCrash) {
   const int w = 96, h = 64;
   const QL_BokehParam param = param_for(2, w, h);
@@ -137,7 +141,7 @@ TEST(HostThreads, UnserialisedCallsProcessOrPassButNeverCrash) {
     while (!stop.load()) {
       sb_top_pv_deinit();
       open_host(2, w, h);
-      std::this_thread::yield();
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
     }
   });
   std::thread c0(camera, 0), c1(camera, 1);
@@ -145,10 +149,13 @@ TEST(HostThreads, UnserialisedCallsProcessOrPassButNeverCrash) {
   c1.join();
   stop.store(true);
   cycler.join();
+  TestFrame after = inputs[0];
+  QL_BokehParam p = param;
+  sb_top_pv_processer(&after.info, &p);
   sb_top_pv_deinit();
   EXPECT_EQ(0, wrong.load());
-  EXPECT_GT(processed.load(), 0);
   EXPECT_EQ(300, processed.load() + passed.load() + wrong.load());
+  EXPECT_TRUE(after == wants[0]);
 }
 
 }  // namespace
